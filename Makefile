@@ -1,0 +1,39 @@
+# The front door: `make run` starts the application, `make test` runs every test.
+# Both install what they need first (scripts/install-deps is idempotent).
+JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 20
+
+.PHONY: deps build run test asan fuzz bench format clean
+
+deps:
+	bash scripts/install-deps
+
+build: deps
+	cmake --preset dev
+	cmake --build --preset dev -j $(JOBS)
+
+run: build
+	./build/dev/src/brantle/brantle scan "$(HOME)" || ./build/dev/src/brantle/brantle --help
+
+test: build
+	ctest --preset dev -j $(JOBS)
+
+asan: deps
+	cmake --preset asan
+	cmake --build --preset asan -j $(JOBS)
+	ctest --preset asan -j $(JOBS)
+
+# Builds every libFuzzer target and runs each briefly on its seed corpus.
+fuzz: deps
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	bash scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
+
+bench: build
+	@for b in build/dev/bench/bench_*; do echo "== $$b"; $$b; done
+
+format:
+	clang-format -i $$(git ls-files '*.cpp' '*.hpp')
+
+clean:
+	rm -rf build

@@ -1,0 +1,251 @@
+#include "BrantleCore/FileTree.hpp"
+
+#include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/Utf8.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+namespace brantle {
+
+namespace {
+
+std::string normalisedRoot(std::string_view path) {
+    if (path.size() >= 2 && path.back() == '/') path.remove_suffix(1);
+    return std::string(path);
+}
+
+} // namespace
+
+FileTree::FileTree(std::string_view rootPath) : rootPath_(normalisedRoot(rootPath)) {
+    pushNode(none, {}, 0, 0, 0, NodeFlags::directory.rawValue);
+}
+
+FileTree::FileTree(std::string_view rootPath, EmptyTag) : rootPath_(normalisedRoot(rootPath)) {}
+
+void FileTree::outOfRange(NodeId id) const {
+    fatal("FileTree: node id " + std::to_string(id) + " out of range (count " +
+          std::to_string(count()) + ")");
+}
+
+void FileTree::reserve(std::size_t n) {
+    auto& c = columns_;
+    c.parents.reserve(n);
+    c.firstChildren.reserve(n);
+    c.nextSiblings.reserve(n);
+    c.sizes.reserve(n);
+    c.mtimes.reserve(n);
+    c.inodes.reserve(n);
+    c.flagBits.reserve(n);
+    c.nameOffsets.reserve(n);
+    c.nameLengths.reserve(n);
+    c.names.reserve(n * expectedNameBytes);
+}
+
+NodeId FileTree::pushNode(NodeId parent, std::string_view name, std::uint64_t size,
+                          std::int64_t mtime, std::uint64_t inode, std::uint16_t flagBits) {
+    auto& c = columns_;
+    if (c.parents.size() >= none) fatal("FileTree: more than 4294967295 nodes");
+    if (parent != none) checked(parent);
+    if (name.size() > maxNameBytes) name = name.substr(0, maxNameBytes);
+    if (c.names.size() + name.size() > std::numeric_limits<std::uint32_t>::max())
+        fatal("FileTree: name bytes exceed 32 bits");
+
+    const auto id = static_cast<NodeId>(c.parents.size());
+    NodeId next = none;
+    if (parent != none) {
+        next = c.firstChildren[parent];
+        c.firstChildren[parent] = id;
+    }
+    c.parents.push_back(parent);
+    c.firstChildren.push_back(none);
+    c.nextSiblings.push_back(next);
+    c.sizes.push_back(size);
+    c.mtimes.push_back(mtime);
+    c.inodes.push_back(inode);
+    c.flagBits.push_back(flagBits);
+    c.nameOffsets.push_back(static_cast<std::uint32_t>(c.names.size()));
+    c.nameLengths.push_back(static_cast<std::uint16_t>(name.size()));
+    c.names.insert(c.names.end(), name.begin(), name.end());
+    return id;
+}
+
+NodeId FileTree::append(NodeId parent, std::string_view name, std::uint64_t size,
+                        std::int64_t mtime, std::uint64_t inode, NodeFlags flags) {
+    const bool isFolder = flags.contains(NodeFlags::directory);
+    return pushNode(parent, name, isFolder ? 0 : size, mtime, inode, flags.rawValue);
+}
+
+NodeId FileTree::appendRaw(NodeId parent, const FileTree& from, NodeId node) {
+    const auto& c = from.columns_;
+    return pushNode(parent, from.nameBytes(node), c.sizes[node], c.mtimes[node], c.inodes[node],
+                    c.flagBits[node]);
+}
+
+void FileTree::update(NodeId id, std::uint64_t size, std::int64_t mtime) {
+    checked(id);
+    if (!flags(id).contains(NodeFlags::directory)) columns_.sizes[id] = size;
+    columns_.mtimes[id] = mtime;
+}
+
+void FileTree::setFlags(NodeId id, NodeFlags flags) { columns_.flagBits[checked(id)] = flags.rawValue; }
+
+void FileTree::propagateSizes() {
+    auto& c = columns_;
+    const std::size_t n = c.parents.size();
+    for (std::size_t i = 0; i < n; ++i) {
+        if (c.flagBits[i] & NodeFlags::directory.rawValue) c.sizes[i] = 0;
+    }
+    for (std::size_t i = n; i-- > 1;) {
+        if (c.flagBits[i] & NodeFlags::dead.rawValue) continue;
+        const NodeId p = c.parents[i];
+        if (p == none) continue;
+        if (__builtin_add_overflow(c.sizes[p], c.sizes[i], &c.sizes[p]))
+            fatal("FileTree: folder size overflows 64 bits");
+    }
+}
+
+void FileTree::subtractFromAncestors(std::uint64_t amount, NodeId startingAt) {
+    for (NodeId id = startingAt; id != none; id = columns_.parents[id]) {
+        auto& size = columns_.sizes[checked(id)];
+        size = size < amount ? 0 : size - amount;
+    }
+}
+
+void FileTree::unlink(NodeId id, NodeId parent) {
+    auto& c = columns_;
+    if (c.firstChildren[parent] == id) {
+        c.firstChildren[parent] = c.nextSiblings[id];
+        return;
+    }
+    for (NodeId prev = c.firstChildren[parent]; prev != none; prev = c.nextSiblings[prev]) {
+        if (c.nextSiblings[prev] == id) {
+            c.nextSiblings[prev] = c.nextSiblings[id];
+            return;
+        }
+    }
+}
+
+void FileTree::remove(NodeId id) {
+    checked(id);
+    if (id == root || isDead(id)) return;
+    const NodeId p = columns_.parents[id];
+    if (p != none) unlink(id, p);
+    columns_.flagBits[id] |= NodeFlags::dead.rawValue;
+    subtractFromAncestors(columns_.sizes[id], p);
+}
+
+void FileTree::removeChildren(NodeId id) {
+    auto& c = columns_;
+    for (NodeId child = c.firstChildren[checked(id)]; child != none; child = c.nextSiblings[child])
+        c.flagBits[child] |= NodeFlags::dead.rawValue;
+    c.firstChildren[id] = none;
+    const std::uint64_t former = c.sizes[id];
+    c.sizes[id] = 0;
+    if (flags(id).contains(NodeFlags::directory)) subtractFromAncestors(former, c.parents[id]);
+}
+
+FileTree FileTree::compacted() const {
+    FileTree out(rootPath_, empty);
+    out.reserve(count());
+    if (count() == 0) return out;
+    struct Pending {
+        NodeId old;
+        NodeId newParent;
+    };
+    std::vector<Pending> queue;
+    queue.reserve(count());
+    queue.push_back({root, none});
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+        const auto [old, newParent] = queue[head];
+        const NodeId copy = out.appendRaw(newParent, *this, old);
+        for (NodeId child = columns_.firstChildren[old]; child != none;
+             child = columns_.nextSiblings[child])
+            queue.push_back({child, copy});
+    }
+    return out;
+}
+
+std::string_view FileTree::nameBytes(NodeId id) const {
+    const auto& c = columns_;
+    return {c.names.data() + c.nameOffsets[checked(id)], c.nameLengths[id]};
+}
+
+std::string FileTree::name(NodeId id) const {
+    if (checked(id) == root) {
+        const auto slash = rootPath_.find_last_of('/');
+        if (slash == std::string::npos) return rootPath_;
+        const std::string last = rootPath_.substr(slash + 1);
+        return last.empty() ? rootPath_ : last;
+    }
+    return repairedUtf8(nameBytes(id));
+}
+
+std::string FileTree::path(NodeId id) const {
+    if (checked(id) == root) return rootPath_;
+    std::vector<NodeId> chain;
+    for (NodeId n = id; n != root && n != none; n = columns_.parents[n]) chain.push_back(n);
+    std::string out = rootPath_;
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        if (out != "/") out += '/';
+        out += repairedUtf8(nameBytes(*it));
+    }
+    return out;
+}
+
+std::vector<NodeId> FileTree::children(NodeId id) const {
+    std::vector<NodeId> out;
+    for (NodeId child = firstChild(id); child != none; child = columns_.nextSiblings[child])
+        out.push_back(child);
+    return out;
+}
+
+std::vector<NodeId> FileTree::childrenBySize(NodeId id) const {
+    auto out = children(id);
+    std::stable_sort(out.begin(), out.end(), [this](NodeId a, NodeId b) {
+        return columns_.sizes[a] > columns_.sizes[b];
+    });
+    return out;
+}
+
+bool FileTree::nameMatches(NodeId id, std::string_view piece) const {
+    const std::string_view raw = nameBytes(id);
+    if (raw == piece) return isValidUtf8(raw);
+    // Only a repaired name can equal a piece that differs from the raw bytes.
+    if (piece.find("\xEF\xBF\xBD") == std::string_view::npos) return false;
+    return repairedUtf8(raw) == piece;
+}
+
+std::optional<NodeId> FileTree::node(std::string_view atPath) const {
+    if (count() == 0) return std::nullopt;
+    std::string_view rest;
+    if (rootPath_ == "/") {
+        if (atPath.empty() || atPath.front() != '/') return std::nullopt;
+        rest = atPath.substr(1);
+    } else {
+        if (!atPath.starts_with(rootPath_)) return std::nullopt;
+        rest = atPath.substr(rootPath_.size());
+        if (!rest.empty() && rest.front() != '/') return std::nullopt;
+    }
+    NodeId current = root;
+    while (!rest.empty()) {
+        const auto slash = rest.find('/');
+        const std::string_view piece = rest.substr(0, slash);
+        rest = slash == std::string_view::npos ? std::string_view{} : rest.substr(slash + 1);
+        if (piece.empty()) continue;
+        NodeId found = none;
+        for (NodeId child = columns_.firstChildren[current]; child != none;
+             child = columns_.nextSiblings[child]) {
+            if (nameMatches(child, piece)) {
+                found = child;
+                break;
+            }
+        }
+        if (found == none) return std::nullopt;
+        current = found;
+    }
+    return current;
+}
+
+} // namespace brantle

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace brantle::cli {
+
+/// Exit statuses shared by every subcommand.
+inline constexpr int exitOk = 0;
+inline constexpr int exitFailure = 1;
+inline constexpr int exitUsage = 2;
+
+using Arguments = std::span<const std::string_view>;
+
+/// One subcommand: its name, a one-line usage and the function that runs it with the
+/// arguments after the subcommand's name. Each lives in its own NameCommand.cpp.
+struct Command {
+    std::string_view name;
+    std::string_view usage;
+    int (*run)(Arguments args);
+};
+
+/// Prints "usage: brantle USAGE" to standard error and returns exitUsage.
+int usageError(const Command& command);
+
+} // namespace brantle::cli

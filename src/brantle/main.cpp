@@ -1,0 +1,46 @@
+// brantle: the command-line front end of the core, for scripts, benchmarks and headless machines.
+#include "Command.hpp"
+
+#include <array>
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+namespace brantle::cli {
+
+// Subcommands register here, one line each.
+constexpr std::array<Command, 0> commands{};
+
+int usageError(const Command& command) {
+    std::fprintf(stderr, "usage: brantle %.*s\n", static_cast<int>(command.usage.size()),
+                 command.usage.data());
+    return exitUsage;
+}
+
+namespace {
+
+int printUsage(std::FILE* out) {
+    std::fprintf(out, "usage: brantle COMMAND [ARGS]\n");
+    for (const auto& command : commands)
+        std::fprintf(out, "  brantle %.*s\n", static_cast<int>(command.usage.size()),
+                     command.usage.data());
+    return out == stdout ? exitOk : exitUsage;
+}
+
+} // namespace
+
+} // namespace brantle::cli
+
+int main(int argc, char** argv) {
+    using namespace brantle::cli;
+    if (argc < 2) return printUsage(stderr);
+    const std::string_view name = argv[1];
+    if (name == "--help" || name == "-h" || name == "help") return printUsage(stdout);
+    std::vector<std::string_view> args(argv + 2, argv + argc);
+    for (const auto& command : commands) {
+        if (command.name == name) return command.run(args);
+    }
+    std::fprintf(stderr, "brantle: unknown command '%.*s'\n", static_cast<int>(name.size()),
+                 name.data());
+    return printUsage(stderr);
+}
