@@ -89,7 +89,9 @@ void FileTree::update(NodeId id, std::uint64_t size, std::int64_t mtime) {
     columns_.mtimes[id] = mtime;
 }
 
-void FileTree::setFlags(NodeId id, NodeFlags flags) { columns_.flagBits[checked(id)] = flags.rawValue; }
+void FileTree::setFlags(NodeId id, NodeFlags flags) {
+    columns_.flagBits[checked(id)] = flags.rawValue;
+}
 
 void FileTree::propagateSizes() {
     auto& c = columns_;
@@ -185,7 +187,8 @@ std::string FileTree::name(NodeId id) const {
 std::string FileTree::path(NodeId id) const {
     if (checked(id) == root) return rootPath_;
     std::vector<NodeId> chain;
-    for (NodeId n = id; n != root && n != none; n = columns_.parents[n]) chain.push_back(n);
+    for (NodeId n = id; n != root && n != none; n = columns_.parents[n])
+        chain.push_back(n);
     std::string out = rootPath_;
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
         if (out != "/") out += '/';
@@ -203,9 +206,8 @@ std::vector<NodeId> FileTree::children(NodeId id) const {
 
 std::vector<NodeId> FileTree::childrenBySize(NodeId id) const {
     auto out = children(id);
-    std::stable_sort(out.begin(), out.end(), [this](NodeId a, NodeId b) {
-        return columns_.sizes[a] > columns_.sizes[b];
-    });
+    std::stable_sort(out.begin(), out.end(),
+                     [this](NodeId a, NodeId b) { return columns_.sizes[a] > columns_.sizes[b]; });
     return out;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BrantleCore/ColumnAllocator.hpp"
 #include "BrantleCore/NodeFlags.hpp"
 
 #include <cstdint>
@@ -23,18 +24,20 @@ public:
     static constexpr std::size_t maxNameBytes = 65535;
     static constexpr std::size_t expectedNameBytes = 22;
 
+    template <class T> using Column = std::vector<T, ColumnAllocator<T>>;
+
     /// The columns themselves, for the snapshot codec which writes and fills them whole.
     struct Columns {
-        std::vector<NodeId> parents;
-        std::vector<NodeId> firstChildren;
-        std::vector<NodeId> nextSiblings;
-        std::vector<std::uint64_t> sizes;
-        std::vector<std::int64_t> mtimes;
-        std::vector<std::uint64_t> inodes;
-        std::vector<std::uint16_t> flagBits;
-        std::vector<std::uint32_t> nameOffsets;
-        std::vector<std::uint16_t> nameLengths;
-        std::vector<char> names;
+        Column<NodeId> parents;
+        Column<NodeId> firstChildren;
+        Column<NodeId> nextSiblings;
+        Column<std::uint64_t> sizes;
+        Column<std::int64_t> mtimes;
+        Column<std::uint64_t> inodes;
+        Column<std::uint16_t> flagBits;
+        Column<std::uint32_t> nameOffsets;
+        Column<std::uint16_t> nameLengths;
+        Column<char> names;
     };
 
     struct EmptyTag {};
@@ -111,8 +114,8 @@ private:
     }
     [[noreturn]] void outOfRange(NodeId id) const;
     NodeId appendRaw(NodeId parent, const FileTree& from, NodeId node);
-    NodeId pushNode(NodeId parent, std::string_view name, std::uint64_t size,
-                    std::int64_t mtime, std::uint64_t inode, std::uint16_t flagBits);
+    NodeId pushNode(NodeId parent, std::string_view name, std::uint64_t size, std::int64_t mtime,
+                    std::uint64_t inode, std::uint16_t flagBits);
     void subtractFromAncestors(std::uint64_t amount, NodeId startingAt);
     void unlink(NodeId id, NodeId parent);
     bool nameMatches(NodeId id, std::string_view piece) const;

@@ -15,6 +15,8 @@ std::string cacheDirectory() {
         .toStdString();
 }
 
-std::string homeDirectory() { return QDir::homePath().toStdString(); }
+std::string homeDirectory() {
+    return QDir::homePath().toStdString();
+}
 
 } // namespace brantle::Locations

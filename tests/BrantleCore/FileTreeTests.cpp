@@ -207,7 +207,8 @@ TEST(FileTree, CompactedKeepsLiveNodesAndReversesOrder) {
     ASSERT_TRUE(cd.has_value());
     EXPECT_EQ(c.size(*cd), 4u);
     std::vector<std::string> names;
-    for (NodeId child : c.children(*cd)) names.push_back(c.name(child));
+    for (NodeId child : c.children(*cd))
+        names.push_back(c.name(child));
     EXPECT_EQ(names, (std::vector<std::string>{"a", "c"}));
     EXPECT_FALSE(c.node("/r/e").has_value());
 }
@@ -226,7 +227,8 @@ struct ModelNode {
 std::uint64_t modelSize(const ModelNode& n) {
     if (!n.folder) return n.size;
     std::uint64_t sum = 0;
-    for (const auto& c : n.children) sum += modelSize(*c);
+    for (const auto& c : n.children)
+        sum += modelSize(*c);
     return sum;
 }
 

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <new>
+
+namespace brantle {
+
+/// Allocator for the tree's columns. Blocks of 2 MiB and more are mapped on their own and
+/// marked for transparent huge pages: filling a multi-million-node tree otherwise costs one
+/// page fault per 4 KiB, which on virtual machines is a large share of a whole scan.
+/// Smaller blocks come from the ordinary heap.
+namespace columnMemory {
+inline constexpr std::size_t hugeThreshold = std::size_t{2} << 20;
+void* allocate(std::size_t bytes);
+void deallocate(void* block, std::size_t bytes) noexcept;
+} // namespace columnMemory
+
+template <class T> struct ColumnAllocator {
+    using value_type = T;
+
+    ColumnAllocator() noexcept = default;
+    template <class U> ColumnAllocator(const ColumnAllocator<U>&) noexcept {}
+
+    T* allocate(std::size_t n) {
+        if (n > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_alloc();
+        return static_cast<T*>(columnMemory::allocate(n * sizeof(T)));
+    }
+    void deallocate(T* block, std::size_t n) noexcept {
+        columnMemory::deallocate(block, n * sizeof(T));
+    }
+
+    template <class U>
+    friend bool operator==(const ColumnAllocator&, const ColumnAllocator<U>&) noexcept {
+        return true;
+    }
+};
+
+} // namespace brantle
