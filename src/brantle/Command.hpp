@@ -23,4 +23,6 @@ struct Command {
 /// Prints "usage: brantle USAGE" to standard error and returns exitUsage.
 int usageError(const Command& command);
 
+extern const Command guardCommand;
+
 } // namespace brantle::cli

@@ -9,7 +9,9 @@
 namespace brantle::cli {
 
 // Subcommands register here, one line each.
-constexpr std::array<Command, 0> commands{};
+const std::array commands{
+    guardCommand,
+};
 
 int usageError(const Command& command) {
     std::fprintf(stderr, "usage: brantle %.*s\n", static_cast<int>(command.usage.size()),
