@@ -1,27 +1,84 @@
 #pragma once
+// A real folder under the system's temporary directory for tests, removed with everything in
+// it (even trees deeper than PATH_MAX, and folders without permissions) when it goes away.
 
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
 
-// A fresh folder under the system's temporary folder, removed with everything in it at the end.
+namespace testing_support {
+
+inline void removeInside(int fd) {
+    DIR* dir = fdopendir(fd);
+    if (!dir) {
+        close(fd);
+        return;
+    }
+    while (dirent* entry = readdir(dir)) {
+        const std::string_view name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        if (unlinkat(dirfd(dir), entry->d_name, 0) == 0) continue;
+        fchmodat(dirfd(dir), entry->d_name, 0700, 0);
+        const int child = openat(dirfd(dir), entry->d_name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+        if (child >= 0) removeInside(child);
+        unlinkat(dirfd(dir), entry->d_name, AT_REMOVEDIR);
+    }
+    closedir(dir);
+}
+
+/// Allocated bytes of the object at `path` itself (symbolic links not followed).
+inline std::uint64_t allocatedBytes(const std::string& path) {
+    struct stat info {};
+    lstat(path.c_str(), &info);
+    return static_cast<std::uint64_t>(info.st_blocks) * 512;
+}
+
+} // namespace testing_support
+
 class TempFolder {
 public:
     TempFolder() {
         std::string pattern = (std::filesystem::temp_directory_path() / "ambrel-XXXXXX").string();
-        if (!::mkdtemp(pattern.data())) std::abort();
+        if (!mkdtemp(pattern.data())) std::abort();
         path_ = pattern;
+        chmod(path_.c_str(), 0755); // reachable by a test child that drops privileges
     }
     ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+        chmod(path_.c_str(), 0700);
+        const int fd = open(path_.c_str(), O_RDONLY | O_DIRECTORY);
+        if (fd >= 0) testing_support::removeInside(fd);
+        rmdir(path_.c_str());
     }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
     const std::string& path() const { return path_; }
-    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+    std::string operator/(std::string_view relative) const {
+        return path_ + "/" + std::string(relative);
+    }
+
+    /// Writes `bytes` bytes of data into a new file at `relative`.
+    void file(std::string_view relative, std::size_t bytes = 100) const {
+        const std::string full = *this / relative;
+        const int fd = open(full.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        ASSERT_GE(fd, 0) << full;
+        const std::string data(bytes, 'x');
+        ASSERT_EQ(write(fd, data.data(), data.size()), static_cast<ssize_t>(data.size()));
+        close(fd);
+    }
+    void folder(std::string_view relative) const {
+        ASSERT_EQ(mkdir((*this / relative).c_str(), 0755), 0) << relative;
+    }
 
 private:
     std::string path_;
