@@ -1,0 +1,384 @@
+#include "BrantleCore/DiskScanner.hpp"
+
+#include "TempFolder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <condition_variable>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <sstream>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <thread>
+
+using brantle::DiskScanner;
+using brantle::FileTree;
+using brantle::NodeFlags;
+using brantle::NodeId;
+using brantle::ScanOptions;
+using testing_support::allocatedBytes;
+using testing_support::TempFolder;
+
+namespace {
+
+NodeId nodeAt(const FileTree& tree, const std::string& path) {
+    const auto id = tree.node(path);
+    EXPECT_TRUE(id.has_value()) << path;
+    return id.value_or(FileTree::root);
+}
+
+NodeFlags flagsAt(const FileTree& tree, const std::string& path) {
+    return tree.flags(nodeAt(tree, path));
+}
+
+/// Every folder's size is the sum of its children's.
+bool sizesPropagated(const FileTree& tree) {
+    for (NodeId id = 0; id < tree.count(); ++id) {
+        if (!tree.flags(id).contains(NodeFlags::directory)) continue;
+        std::uint64_t sum = 0;
+        for (const NodeId child : tree.children(id))
+            sum += tree.size(child);
+        if (sum != tree.size(id)) return false;
+    }
+    return true;
+}
+
+std::string runCommand(const std::string& command, int* status = nullptr) {
+    std::string out;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return out;
+    std::array<char, 4096> chunk;
+    while (const std::size_t n = fread(chunk.data(), 1, chunk.size(), pipe))
+        out.append(chunk.data(), n);
+    const int result = pclose(pipe);
+    if (status) *status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
+    return out;
+}
+
+std::uint64_t firstNumber(const std::string& text) {
+    return std::stoull(text);
+}
+
+} // namespace
+
+TEST(DiskScanner, LinksNamesPackagesAndEmptyFolders) {
+    TempFolder root;
+    root.folder("sub");
+    root.folder("sub/deeper");
+    root.file("shared", 5000);
+    ASSERT_EQ(link((root / "shared").c_str(), (root / "sub/second").c_str()), 0);
+    ASSERT_EQ(link((root / "shared").c_str(), (root / "sub/deeper/third").c_str()), 0);
+    root.file("plain.txt", 10000);
+    ASSERT_EQ(symlink("plain.txt", (root / "to-file").c_str()), 0);
+    const std::string longTarget = "sub/" + std::string(200, 'y');
+    ASSERT_EQ(symlink(longTarget.c_str(), (root / "long-link").c_str()), 0);
+    ASSERT_EQ(symlink("sub", (root / "to-folder").c_str()), 0);
+    root.file("caf\xe9.txt");
+    root.file(std::string(255, 'n'));
+    root.folder("empty");
+    root.folder("Foo.APP");
+    root.file("Foo.APP/inside", 3000);
+    root.folder(".app");
+    root.file("x.app");
+
+    int calls = 0;
+    DiskScanner scanner(ScanOptions::forVolume(root.path()), 2, std::chrono::hours(1));
+    const FileTree tree = scanner.scan(root.path(), 0, [&](const auto&) { ++calls; });
+    EXPECT_EQ(calls, 1) << "the first progress report comes at once, the next after the interval";
+
+    // One file with three names counts once, whichever name was met first.
+    int counted = 0, duplicates = 0;
+    for (const char* name : {"shared", "sub/second", "sub/deeper/third"}) {
+        const NodeId id = nodeAt(tree, root / name);
+        if (tree.flags(id).contains(NodeFlags::hardlinkDuplicate)) {
+            ++duplicates;
+            EXPECT_EQ(tree.size(id), 0u);
+        } else {
+            ++counted;
+            EXPECT_EQ(tree.size(id), allocatedBytes(root / "shared"));
+        }
+    }
+    EXPECT_EQ(counted, 1);
+    EXPECT_EQ(duplicates, 2);
+    // Folders have several links too, but are never duplicates.
+    EXPECT_EQ(flagsAt(tree, root / "sub"), NodeFlags::directory);
+    EXPECT_EQ(flagsAt(tree, root / "sub/deeper"), NodeFlags::directory);
+
+    // Symbolic links are stored as links with their own allocation and never followed.
+    for (const char* name : {"to-file", "long-link", "to-folder"}) {
+        const NodeId id = nodeAt(tree, root / name);
+        EXPECT_EQ(tree.flags(id), NodeFlags::symlink) << name;
+        EXPECT_EQ(tree.size(id), allocatedBytes(root / name)) << name;
+        EXPECT_EQ(tree.firstChild(id), FileTree::none);
+    }
+    EXPECT_GT(tree.size(nodeAt(tree, root / "long-link")), 0u) << "a long target takes a block";
+
+    // Names are stored as the bytes on disk and repaired only when read.
+    const NodeId odd = nodeAt(tree, root / "caf\xEF\xBF\xBD.txt");
+    EXPECT_EQ(tree.nameBytes(odd), "caf\xe9.txt");
+    EXPECT_EQ(tree.name(odd), "caf\xEF\xBF\xBD.txt");
+    EXPECT_EQ(tree.nameBytes(nodeAt(tree, root / std::string(255, 'n'))).size(), 255u);
+
+    const NodeId empty = nodeAt(tree, root / "empty");
+    EXPECT_EQ(tree.flags(empty), NodeFlags::directory);
+    EXPECT_EQ(tree.firstChild(empty), FileTree::none);
+    EXPECT_EQ(tree.size(empty), 0u);
+
+    EXPECT_EQ(flagsAt(tree, root / "Foo.APP"), NodeFlags::directory | NodeFlags::package);
+    EXPECT_EQ(tree.size(nodeAt(tree, root / "Foo.APP")), allocatedBytes(root / "Foo.APP/inside"));
+    EXPECT_EQ(flagsAt(tree, root / ".app"), NodeFlags::directory);
+    EXPECT_EQ(flagsAt(tree, root / "x.app"), NodeFlags{});
+
+    EXPECT_TRUE(sizesPropagated(tree));
+    const auto totals = scanner.lastTotals();
+    EXPECT_EQ(totals.files, static_cast<std::int64_t>(tree.count()) - 1);
+    EXPECT_EQ(totals.bytes, tree.size(FileTree::root));
+
+    // Zero workers means one; the result is the same.
+    DiskScanner single(ScanOptions{}, 0);
+    EXPECT_EQ(single.workers(), 1);
+    const FileTree again = single.scan(root.path());
+    EXPECT_EQ(again.count(), tree.count());
+    EXPECT_EQ(again.size(FileTree::root), tree.size(FileTree::root));
+}
+
+TEST(DiskScanner, ExcludedPathsAndVolumeOptions) {
+    TempFolder root;
+    root.folder("a");
+    root.folder("a/skip");
+    root.file("a/skip/big", 50000);
+    root.file("a/keep", 4096);
+    root.file("skip-me", 4096);
+    ScanOptions options;
+    options.excludedPaths = {root / "a/skip", root / "skip-me", root / "a/keep/not-there"};
+    DiskScanner scanner(options, 2);
+    const FileTree tree = scanner.scan(root.path() + "/");
+    EXPECT_EQ(tree.rootPath(), root.path());
+    EXPECT_FALSE(tree.node(root / "a/skip"));
+    EXPECT_FALSE(tree.node(root / "skip-me"));
+    EXPECT_TRUE(tree.node(root / "a/keep"));
+    EXPECT_EQ(tree.count(), 3u);
+    EXPECT_EQ(tree.size(FileTree::root), allocatedBytes(root / "a/keep"));
+
+    const ScanOptions home = ScanOptions::forVolume(root.path());
+    EXPECT_FALSE(home.allowedDevices.has_value());
+    EXPECT_TRUE(home.excludedPaths.empty());
+    const ScanOptions whole = ScanOptions::forVolume("/");
+    struct stat info {};
+    ASSERT_EQ(stat("/", &info), 0);
+    ASSERT_TRUE(whole.allowedDevices.has_value());
+    EXPECT_TRUE(whole.allowedDevices->contains(info.st_dev));
+    EXPECT_EQ(whole.excludedPaths, (std::set<std::string, std::less<>>{"/System/Volumes/Data"}));
+}
+
+// Permission failures are real only without root's override, so the scan runs in a child
+// that gives up its privileges and reports every node as "path flags children".
+TEST(DiskScanner, UnreadableFoldersAndEntries) {
+    TempFolder root;
+    root.folder("locked");
+    root.file("locked/hidden");
+    root.folder("listable");
+    root.file("listable/entry");
+    root.folder("listable/inner");
+    root.file("fine", 4096);
+    ASSERT_EQ(chmod((root / "locked").c_str(), 0), 0);
+    ASSERT_EQ(chmod((root / "listable").c_str(), 0444), 0);
+
+    int channel[2];
+    ASSERT_EQ(pipe(channel), 0);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        close(channel[0]);
+        if (getuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(3);
+        std::string report;
+        for (const std::string& path : {root.path(), root / "locked"}) {
+            DiskScanner scanner(ScanOptions{}, 2);
+            const FileTree tree = scanner.scan(path);
+            for (NodeId id = 0; id < tree.count(); ++id)
+                report += tree.path(id) + " " + std::to_string(tree.flags(id).rawValue) + " " +
+                          std::to_string(tree.children(id).size()) + "\n";
+        }
+        if (write(channel[1], report.data(), report.size()) < 0) _exit(4);
+        _exit(0);
+    }
+    close(channel[1]);
+    std::string report;
+    char chunk[4096];
+    for (ssize_t n; (n = read(channel[0], chunk, sizeof chunk)) > 0;)
+        report.append(chunk, n);
+    close(channel[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+
+    std::map<std::string, std::pair<int, int>> nodes;
+    std::istringstream lines(report);
+    std::string path;
+    for (int flags, children; lines >> path >> flags >> children;)
+        nodes[path] = {flags, children};
+
+    const int directory = NodeFlags::directory.rawValue;
+    const int unreadable = NodeFlags::unreadable.rawValue;
+    // A folder that cannot be opened keeps no children.
+    EXPECT_EQ(nodes[root / "locked"], std::make_pair(directory | unreadable, 0));
+    EXPECT_FALSE(nodes.contains(root / "locked/hidden"));
+    // A folder that lists but cannot be searched: its entries are kept, flagged, not entered.
+    EXPECT_EQ(nodes[root / "listable"], std::make_pair(directory, 2));
+    EXPECT_EQ(nodes[root / "listable/entry"], std::make_pair(unreadable, 0));
+    EXPECT_EQ(nodes[root / "listable/inner"], std::make_pair(directory | unreadable, 0));
+    EXPECT_EQ(nodes[root / "fine"], std::make_pair(0, 0));
+    EXPECT_EQ(nodes[root.path()].second, 3);
+    // Scanned as the root itself, a folder that cannot be opened is one unreadable node.
+    EXPECT_EQ(std::count_if(report.begin(), report.end(), [](char c) { return c == '\n'; }),
+              static_cast<long>(nodes.size()) + 1);
+
+    DiskScanner scanner(ScanOptions{}, 2);
+    const FileTree missing = scanner.scan(root / "no-such-folder");
+    EXPECT_EQ(missing.count(), 1u);
+    EXPECT_EQ(missing.flags(FileTree::root), NodeFlags::directory | NodeFlags::unreadable);
+    EXPECT_EQ(missing.size(FileTree::root), 0u);
+}
+
+TEST(DiskScanner, OtherVolumesAreNotEntered) {
+    TempFolder root;
+    root.folder("mnt");
+    root.file("own", 8192);
+    if (mount("tmpfs", (root / "mnt").c_str(), "tmpfs", 0, "size=4m") != 0)
+        GTEST_SKIP() << "cannot mount a tmpfs here (needs root): " << std::strerror(errno);
+    root.file("mnt/elsewhere", 100000);
+    DiskScanner scanner(ScanOptions::forVolume(root.path()), 2);
+    const FileTree tree = scanner.scan(root.path());
+    umount((root / "mnt").c_str());
+
+    const NodeId mnt = nodeAt(tree, root / "mnt");
+    EXPECT_EQ(tree.flags(mnt), NodeFlags::directory | NodeFlags::mountPoint);
+    EXPECT_EQ(tree.firstChild(mnt), FileTree::none);
+    EXPECT_EQ(tree.size(FileTree::root), allocatedBytes(root / "own"));
+}
+
+TEST(DiskScanner, ReadsTreesDeeperThanPathMax) {
+    TempFolder root;
+    const std::string name(200, 'd');
+    constexpr int depth = 30; // about 6 KB of path, more than PATH_MAX
+    int fd = open(root.path().c_str(), O_RDONLY | O_DIRECTORY);
+    for (int i = 0; i < depth; ++i) {
+        ASSERT_EQ(mkdirat(fd, name.c_str(), 0755), 0);
+        const int next = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY);
+        close(fd);
+        fd = next;
+    }
+    const int file = openat(fd, "bottom", O_WRONLY | O_CREAT, 0644);
+    ASSERT_EQ(write(file, std::string(5000, 'b').data(), 5000), 5000);
+    struct stat info {};
+    fstat(file, &info);
+    close(file);
+    close(fd);
+
+    DiskScanner scanner(ScanOptions{}, 2);
+    const FileTree tree = scanner.scan(root.path());
+    EXPECT_EQ(tree.count(), static_cast<std::size_t>(depth) + 2);
+    NodeId id = FileTree::root;
+    for (int level = 0; level < depth; ++level) {
+        id = tree.firstChild(id);
+        ASSERT_NE(id, FileTree::none) << "stopped at level " << level;
+        EXPECT_EQ(tree.flags(id), NodeFlags::directory) << "level " << level;
+    }
+    const NodeId bottom = tree.firstChild(id);
+    ASSERT_NE(bottom, FileTree::none);
+    EXPECT_EQ(tree.nameBytes(bottom), "bottom");
+    EXPECT_EQ(tree.size(FileTree::root), static_cast<std::uint64_t>(info.st_blocks) * 512);
+    EXPECT_GT(tree.path(bottom).size(), static_cast<std::size_t>(PATH_MAX));
+}
+
+TEST(DiskScanner, CancelReturnsPropagatedPartialTreeAndScannerIsReusable) {
+    TempFolder root;
+    for (int i = 0; i < 60; ++i) {
+        const std::string folder = "f" + std::to_string(i);
+        root.folder(folder);
+        for (int j = 0; j < 4; ++j)
+            root.file(folder + "/file" + std::to_string(j), 2000);
+    }
+    root.file("top", 3000);
+    constexpr std::size_t fullCount = 2 + 60 * 5;
+
+    DiskScanner scanner(ScanOptions{}, 2, std::chrono::nanoseconds(0));
+    scanner.cancel(); // before a scan: no effect on it
+    EXPECT_EQ(scanner.scan(root.path()).count(), fullCount);
+
+    // Every progress report holds its worker until the cancel has been made elsewhere.
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool reported = false, cancelled = false;
+    std::thread canceller([&] {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [&] { return reported; });
+        scanner.cancel();
+        cancelled = true;
+        changed.notify_all();
+    });
+    const FileTree partial = scanner.scan(root.path(), 0, [&](const auto&) {
+        std::unique_lock lock(mutex);
+        reported = true;
+        changed.notify_all();
+        changed.wait(lock, [&] { return cancelled; });
+    });
+    canceller.join();
+    EXPECT_LT(partial.count(), fullCount);
+    EXPECT_GT(partial.count(), 1u);
+    EXPECT_TRUE(sizesPropagated(partial));
+    EXPECT_GT(partial.size(FileTree::root), 0u);
+
+    const FileTree full = scanner.scan(root.path(), 1000);
+    EXPECT_EQ(full.count(), fullCount);
+    EXPECT_TRUE(sizesPropagated(full));
+}
+
+// The scanner's total is what du reports, less the folders' own blocks (a folder's own size
+// never counts); the command-line tool reports the same figures.
+TEST(DiskScanner, AgreesWithDuOnGeneratedTree) {
+    TempFolder work;
+    const std::string corpus = work / "corpus";
+    int status = -1;
+    runCommand("python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 3000 '" + corpus +
+                   "' >/dev/null 2>&1",
+               &status);
+    ASSERT_EQ(status, 0) << "make-tree failed";
+
+    DiskScanner scanner(ScanOptions::forVolume(corpus), 2);
+    const FileTree tree = scanner.scan(corpus);
+    const std::uint64_t du =
+        firstNumber(runCommand("du -s -B1 --one-file-system '" + corpus + "'"));
+    const std::string folderBlocks = runCommand(
+        "find '" + corpus + "' -xdev -type d -printf '%b\\n' | awk '{s+=$1} END {print s}'");
+    EXPECT_EQ(tree.size(FileTree::root), du - firstNumber(folderBlocks) * 512);
+    EXPECT_EQ(tree.count(), 3001u);
+    EXPECT_TRUE(sizesPropagated(tree));
+
+    const std::string json = runCommand(
+        std::string(AMBREL_BRANTLE) + " scan --workers 2 --json '" + corpus + "'", &status);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(json.find("\"bytes\": " + std::to_string(tree.size(FileTree::root)) + ","),
+              std::string::npos)
+        << json;
+    EXPECT_NE(json.find("\"files\": 3000,"), std::string::npos) << json;
+    EXPECT_NE(json.find("\"nodes\": 3001,"), std::string::npos) << json;
+    EXPECT_NE(json.find("\"root\": \"" + corpus + "\""), std::string::npos) << json;
+    for (const char* key :
+         {"seconds", "unreadable", "mountPoints", "hardlinkDuplicates", "largest"})
+        EXPECT_NE(json.find("\"" + std::string(key) + "\""), std::string::npos) << key;
+
+    runCommand(std::string(AMBREL_BRANTLE) + " scan --workers x '" + corpus + "' 2>/dev/null",
+               &status);
+    EXPECT_EQ(status, 2);
+    runCommand(std::string(AMBREL_BRANTLE) + " scan 2>/dev/null", &status);
+    EXPECT_EQ(status, 2);
+    const std::string human =
+        runCommand(std::string(AMBREL_BRANTLE) + " scan '" + corpus + "'", &status);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(human.find("3000 items"), std::string::npos) << human;
+}
