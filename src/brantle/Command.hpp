@@ -23,6 +23,8 @@ struct Command {
 /// Prints "usage: brantle USAGE" to standard error and returns exitUsage.
 int usageError(const Command& command);
 
+// The subcommands, each defined in its NameCommand.cpp.
 extern const Command guardCommand;
+extern const Command scanCommand;
 
 } // namespace brantle::cli
