@@ -21,7 +21,7 @@ using brantle::NodeFlags;
 using brantle::NodeId;
 using brantle::ScanOptions;
 using testing_support::allocatedBytes;
-using testing_support::TempFolder;
+
 
 namespace {
 
