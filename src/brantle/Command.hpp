@@ -25,6 +25,7 @@ int usageError(const Command& command);
 
 // The subcommands, each defined in its NameCommand.cpp.
 extern const Command guardCommand;
+extern const Command lzfseCommand;
 extern const Command scanCommand;
 
 } // namespace brantle::cli

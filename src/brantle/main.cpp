@@ -11,6 +11,7 @@ namespace brantle::cli {
 // Subcommands register here, one line each.
 const std::array commands{
     guardCommand,
+    lzfseCommand,
     scanCommand,
 };
 

@@ -1,0 +1,140 @@
+#include "Lzfse/Lzfse.hpp"
+#include "Lzfse/Vectors.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+
+using namespace lzfse::test;
+
+namespace {
+
+Bytes randomBytes(std::size_t size, std::uint32_t seed) {
+    std::mt19937 rng(seed);
+    Bytes bytes(size);
+    for (auto& b : bytes)
+        b = static_cast<std::uint8_t>(rng());
+    return bytes;
+}
+
+Bytes text(std::size_t size, std::uint32_t seed) {
+    static const char* const words[] = {"the ",   "file ",   "folder ", "size ", "of ",
+                                        "cache ", "photos ", "and ",    "a ",    "library ",
+                                        "\n",     "backup ", "2024 ",   "to ",   "disk "};
+    std::mt19937 rng(seed);
+    Bytes bytes;
+    while (bytes.size() < size) {
+        const char* word = words[rng() % std::size(words)];
+        bytes.insert(bytes.end(), word, word + std::strlen(word));
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+/// Little-endian columns like a file-tree snapshot: ascending ids, sizes, times, flags.
+Bytes columns(std::size_t nodes) {
+    Bytes bytes;
+    const auto put = [&](std::uint64_t v, int width) {
+        for (int i = 0; i < width; ++i)
+            bytes.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+    };
+    std::mt19937 rng(7);
+    for (std::size_t i = 0; i < nodes; ++i)
+        put(i / 3, 4);
+    for (std::size_t i = 0; i < nodes; ++i)
+        put(rng() % 100000 * 4096, 8);
+    for (std::size_t i = 0; i < nodes; ++i)
+        put(1700000000 + rng() % 86400, 8);
+    for (std::size_t i = 0; i < nodes; ++i)
+        put(rng() % 3 == 0 ? 1 : 0, 2);
+    return bytes;
+}
+
+std::uint32_t firstMagic(const Bytes& stream) {
+    std::uint32_t magic = 0;
+    std::memcpy(&magic, stream.data(), 4);
+    return magic;
+}
+
+void expectRoundTrip(const Bytes& input) {
+    const Bytes stream = lzfse::encode(input);
+    const auto decoded = lzfse::decode(stream);
+    ASSERT_TRUE(decoded.has_value()) << lzfse::describe(decoded.error());
+    EXPECT_TRUE(*decoded == input);
+}
+
+constexpr std::uint32_t rawMagic = 0x2D787662;
+constexpr std::uint32_t lzvnMagic = 0x6E787662;
+constexpr std::uint32_t v2Magic = 0x32787662;
+
+} // namespace
+
+TEST(LzfseRoundTrip, EveryRawVector) {
+    for (const auto& name : referenceVectors) {
+        SCOPED_TRACE(name);
+        expectRoundTrip(readFile(vectorPath(name + ".bin")));
+    }
+    expectRoundTrip(readFile(vectorPath("constructed_multitype.bin")));
+}
+
+TEST(LzfseRoundTrip, GeneratedInputsAndBlockKinds) {
+    expectRoundTrip({});
+    expectRoundTrip({'x'});
+    for (const std::size_t size : {7u, 8u, 9u, 100u, 4095u, 4096u, 4097u, 70000u}) {
+        SCOPED_TRACE(size);
+        expectRoundTrip(randomBytes(size, static_cast<std::uint32_t>(size)));
+        expectRoundTrip(text(size, static_cast<std::uint32_t>(size)));
+        expectRoundTrip(Bytes(size, 0));
+        expectRoundTrip(Bytes(size, 0xAB));
+    }
+    expectRoundTrip(columns(50000));
+
+    // Small inputs are stored unless LZVN shrinks them; from 4096 bytes on, v2 blocks.
+    EXPECT_EQ(firstMagic(lzfse::encode(Bytes(7, 0))), rawMagic);
+    EXPECT_EQ(firstMagic(lzfse::encode(Bytes(8, 0))), rawMagic);
+    EXPECT_EQ(firstMagic(lzfse::encode(Bytes(100, 0))), lzvnMagic);
+    EXPECT_EQ(firstMagic(lzfse::encode(randomBytes(4095, 1))), rawMagic);
+    EXPECT_EQ(firstMagic(lzfse::encode(text(4095, 1))), lzvnMagic);
+    EXPECT_EQ(firstMagic(lzfse::encode(text(4096, 1))), v2Magic);
+    EXPECT_EQ(firstMagic(lzfse::encode(randomBytes(4096, 1))), v2Magic);
+}
+
+TEST(LzfseRoundTrip, ManyBlocks) {
+    // Random bytes fill a block's literal buffer after about 40 000 bytes; sizes around that
+    // end the input just before, at and after a block boundary.
+    const Bytes random = randomBytes(300000, 3);
+    for (std::size_t size = 39980; size <= 39995; ++size) {
+        SCOPED_TRACE(size);
+        expectRoundTrip(Bytes(random.begin(), random.begin() + static_cast<long>(size)));
+    }
+    expectRoundTrip(random);
+
+    // Short repeats fill a block's triple limit instead; long runs split into 2359-byte parts
+    // with matches crossing block boundaries.
+    Bytes mixed;
+    std::mt19937 rng(5);
+    while (mixed.size() < 3'000'000) {
+        const std::size_t run = rng() % 3 == 0 ? 5000 + rng() % 20000 : 4 + rng() % 8;
+        const auto value = static_cast<std::uint8_t>(rng() % 4);
+        mixed.insert(mixed.end(), run, value);
+        mixed.push_back(static_cast<std::uint8_t>(rng()));
+    }
+    expectRoundTrip(mixed);
+}
+
+TEST(LzfseRoundTrip, BufferOverloadsReuseTheCallersVector) {
+    const Bytes input = text(100000, 9);
+    Bytes stream{1, 2, 3};
+    lzfse::encode(input, stream);
+    EXPECT_TRUE(stream == lzfse::encode(input));
+    Bytes output(5, 0xFF);
+    ASSERT_TRUE(lzfse::decode(stream, output).has_value());
+    EXPECT_TRUE(output == input);
+
+    // An end-of-stream block alone is an empty stream; bytes after it are ignored.
+    const Bytes endOnly{'b', 'v', 'x', '$', 'j', 'u', 'n', 'k'};
+    ASSERT_TRUE(lzfse::decode(endOnly, output).has_value());
+    EXPECT_TRUE(output.empty());
+}
