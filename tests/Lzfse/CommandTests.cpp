@@ -1,15 +1,13 @@
+#include "BrantleCore/TempFolder.hpp"
 #include "Lzfse/Vectors.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <sys/wait.h>
-#include <unistd.h>
 
 using namespace lzfse::test;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -22,23 +20,21 @@ int brantle(const std::string& args) {
 } // namespace
 
 TEST(LzfseCommand, EncodesDecodesAndReportsFailures) {
-    const fs::path dir = fs::temp_directory_path() / ("lzfse-command-" + std::to_string(getpid()));
-    fs::create_directories(dir);
+    const TempFolder dir;
     const std::string raw = vectorPath("mixed_4096.bin");
-    const std::string packed = (dir / "packed").string();
-    const std::string unpacked = (dir / "unpacked").string();
+    const std::string packed = dir / "packed";
+    const std::string unpacked = dir / "unpacked";
 
     EXPECT_EQ(brantle("encode " + raw + " " + packed), 0);
     EXPECT_TRUE(readFile(packed) == readFile(vectorPath("mixed_4096.lzfse")));
     EXPECT_EQ(brantle("decode " + packed + " " + unpacked), 0);
     EXPECT_TRUE(readFile(unpacked) == readFile(raw));
 
-    EXPECT_EQ(brantle("decode " + vectorPath("invalid/invalid_bad_magic.lzfse") + " " +
-                      (dir / "bad").string()),
-              1);
-    EXPECT_FALSE(fs::exists(dir / "bad"));
-    EXPECT_EQ(brantle("decode " + (dir / "missing").string() + " " + unpacked), 1);
+    EXPECT_EQ(
+        brantle("decode " + vectorPath("invalid/invalid_bad_magic.lzfse") + " " + (dir / "bad")),
+        1);
+    EXPECT_FALSE(std::filesystem::exists(dir / "bad"));
+    EXPECT_EQ(brantle("decode " + (dir / "missing") + " " + unpacked), 1);
     EXPECT_EQ(brantle("squash " + raw + " " + packed), 2);
     EXPECT_EQ(brantle("encode " + raw), 2);
-    fs::remove_all(dir);
 }
