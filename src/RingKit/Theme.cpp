@@ -1,0 +1,45 @@
+#include "RingKit/Theme.hpp"
+
+namespace ringkit {
+
+Rgba mix(const Rgba& from, const Rgba& to, double e) {
+    const auto lerp = [e](float a, float b) {
+        return static_cast<float>(a + (static_cast<double>(b) - a) * e);
+    };
+    return {lerp(from.r, to.r), lerp(from.g, to.g), lerp(from.b, to.b), lerp(from.a, to.a)};
+}
+
+namespace {
+
+Rgba darkened(Rgba hue) {
+    const auto adjust = [](float c) { return c * 0.85f + 0.08f; };
+    return {adjust(hue.r), adjust(hue.g), adjust(hue.b), 1.0f};
+}
+
+Rgba nodeColor(const RingSegment& segment, bool dark) {
+    const int branch = segment.branch < 0 ? 0 : segment.branch;
+    const Rgba hue = Theme::branchHues[static_cast<std::size_t>(branch) % Theme::branchHues.size()];
+    const Rgba background = dark ? Rgba::bytes(28, 28, 34) : Rgba::bytes(246, 246, 249);
+    // Outer rings recede toward the background; not clamped, the rings stop before it matters.
+    const double t = (dark ? 0.13 : 0.15) * (segment.depth - 1);
+    return mix(dark ? darkened(hue) : hue, background, t);
+}
+
+} // namespace
+
+Rgba Theme::color(const RingSegment& segment, bool dark) {
+    using Type = RingSegment::Kind::Type;
+    switch (segment.kind.type) {
+    case Type::node:
+        return nodeColor(segment, dark);
+    case Type::smaller:
+        return dark ? Rgba::bytes(82, 82, 92) : Rgba::bytes(184, 184, 198);
+    case Type::hidden:
+        return dark ? Rgba::bytes(69, 69, 79) : Rgba::bytes(200, 200, 212);
+    case Type::purgeable:
+        return dark ? Rgba::bytes(74, 74, 120) : Rgba::bytes(195, 195, 236);
+    }
+    return {};
+}
+
+} // namespace ringkit

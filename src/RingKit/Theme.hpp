@@ -1,0 +1,42 @@
+#pragma once
+
+#include "RingKit/RingSegment.hpp"
+
+#include <array>
+
+namespace ringkit {
+
+/// A straight (not premultiplied) RGBA colour, channels as fractions of 1.
+struct Rgba {
+    float r = 0;
+    float g = 0;
+    float b = 0;
+    float a = 1;
+
+    /// Opaque colour from 0–255 channels.
+    static constexpr Rgba bytes(int r, int g, int b) {
+        return {static_cast<float>(r) / 255.0f, static_cast<float>(g) / 255.0f,
+                static_cast<float>(b) / 255.0f, 1.0f};
+    }
+    friend constexpr bool operator==(const Rgba&, const Rgba&) = default;
+};
+
+/// `from` moved toward `to` by e (0 gives from, 1 gives to), every channel alike.
+Rgba mix(const Rgba& from, const Rgba& to, double e);
+
+/// The ring's slice colours in light and dark appearance.
+namespace Theme {
+
+/// One hue per first-ring branch, repeating every eight branches.
+inline constexpr std::array<Rgba, 8> branchHues{
+    Rgba::bytes(91, 91, 214),   Rgba::bytes(59, 168, 160),  Rgba::bytes(224, 168, 79),
+    Rgba::bytes(212, 107, 166), Rgba::bytes(142, 107, 216), Rgba::bytes(79, 167, 122),
+    Rgba::bytes(224, 122, 95),  Rgba::bytes(107, 122, 144)};
+
+/// The colour a slice is drawn in (alpha 1): its branch hue faded toward the background with
+/// depth for a node, a fixed grey for merged, hidden and purgeable slices.
+Rgba color(const RingSegment& segment, bool dark);
+
+} // namespace Theme
+
+} // namespace ringkit
