@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace brantle::cli {
@@ -23,9 +24,16 @@ struct Command {
 /// Prints "usage: brantle USAGE" to standard error and returns exitUsage.
 int usageError(const Command& command);
 
+/// The absolute form of `path`, made lexically (symbolic links are not resolved).
+std::string absolutePath(std::string_view path);
+
+/// Processors online, at least 1: the scanner's worker count by default.
+int activeProcessors();
+
 // The subcommands, each defined in its NameCommand.cpp.
 extern const Command guardCommand;
 extern const Command lzfseCommand;
+extern const Command ringCommand;
 extern const Command scanCommand;
 
 } // namespace brantle::cli

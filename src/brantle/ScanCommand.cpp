@@ -32,24 +32,11 @@ struct FlagCounts {
     std::int64_t liveNodes = 0;
 };
 
-int activeProcessors() {
-    const long count = sysconf(_SC_NPROCESSORS_ONLN);
-    return count < 1 ? 1 : static_cast<int>(count);
-}
-
 std::optional<int> parseCount(std::string_view text) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || value < 0) return std::nullopt;
     return value;
-}
-
-/// The absolute form of `path`, made lexically (symbolic links are not resolved).
-std::string absolutePath(std::string_view path) {
-    std::error_code error;
-    const auto absolute = std::filesystem::absolute(std::filesystem::path(path), error);
-    if (error) return std::string(path);
-    return absolute.lexically_normal().string();
 }
 
 std::optional<ScanRequest> parseRequest(Arguments args) {

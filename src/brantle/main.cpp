@@ -3,7 +3,9 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 namespace brantle::cli {
@@ -12,6 +14,7 @@ namespace brantle::cli {
 const std::array commands{
     guardCommand,
     lzfseCommand,
+    ringCommand,
     scanCommand,
 };
 
@@ -19,6 +22,18 @@ int usageError(const Command& command) {
     std::fprintf(stderr, "usage: brantle %.*s\n", static_cast<int>(command.usage.size()),
                  command.usage.data());
     return exitUsage;
+}
+
+std::string absolutePath(std::string_view path) {
+    std::error_code error;
+    const auto absolute = std::filesystem::absolute(std::filesystem::path(path), error);
+    if (error) return std::string(path);
+    return absolute.lexically_normal().string();
+}
+
+int activeProcessors() {
+    const long count = sysconf(_SC_NPROCESSORS_ONLN);
+    return count < 1 ? 1 : static_cast<int>(count);
 }
 
 namespace {
