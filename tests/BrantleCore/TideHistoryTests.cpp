@@ -1,12 +1,11 @@
 #include "BrantleCore/FileTree.hpp"
 #include "BrantleCore/TideHistory.hpp"
+#include "TempFolder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <string>
 
@@ -25,42 +24,17 @@ namespace {
 
 constexpr std::int64_t GB = 1'000'000'000;
 
-class TempDir {
+/// Sets TZ for one test; the C library rereads it on both ends.
+class ScopedTimeZone {
 public:
-    TempDir() {
-        std::string pattern = (fs::temp_directory_path() / "tide-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-        path_ = pattern;
-    }
-    ~TempDir() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
-/// Sets an environment variable for one test and puts the old value back.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const std::string& value) : name_(name) {
-        if (const char* old = std::getenv(name)) old_ = old;
-        setenv(name, value.c_str(), 1);
-        tzset();
-    }
-    ~ScopedEnv() {
-        if (old_)
-            setenv(name_, old_->c_str(), 1);
-        else
-            unsetenv(name_);
+    explicit ScopedTimeZone(const std::string& zone) : env_(std::in_place, "TZ", zone) { tzset(); }
+    ~ScopedTimeZone() {
+        env_.reset();
         tzset();
     }
 
 private:
-    const char* name_;
-    std::optional<std::string> old_;
+    std::optional<ScopedEnv> env_;
 };
 
 /// Seconds since 1970 of a local wall-clock time in the current TZ.
@@ -80,10 +54,6 @@ std::set<std::string> filesIn(const fs::path& folder) {
     for (const auto& entry : fs::directory_iterator(folder))
         names.insert(entry.path().filename().string());
     return names;
-}
-
-void writeFile(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 TideSummary summaryAt(double date, std::uint64_t used = 0) {
@@ -175,9 +145,9 @@ TEST(TideSummary, JsonLayoutAndDecoding) {
 }
 
 TEST(TideHistory, DailyFilesFollowTheLocalTimeZone) {
-    const ScopedEnv tz("TZ", "EST5");
-    const TempDir temp;
-    const TideHistory history(temp.path().string());
+    const ScopedTimeZone tz("EST5");
+    const TempFolder temp;
+    const TideHistory history(temp.path());
 
     // In UTC both of these fall on 2 January.
     const double lateEvening = localDate(2026, 1, 1, 23, 30);
@@ -199,8 +169,8 @@ TEST(TideHistory, DailyFilesFollowTheLocalTimeZone) {
 }
 
 TEST(TideHistory, LoadSortsByDateAndSkipsWhatItCannotRead) {
-    const TempDir temp;
-    const fs::path folder = temp.path() / "deep" / "History";
+    const TempFolder temp;
+    const fs::path folder = temp / "deep/History";
     const TideHistory history(folder.string());
     EXPECT_TRUE(history.load().empty());
 
@@ -217,22 +187,22 @@ TEST(TideHistory, LoadSortsByDateAndSkipsWhatItCannotRead) {
     EXPECT_TRUE(fs::exists(folder / "2026-01-01.json"));
 
     // A history folder that cannot be created reports it.
-    writeFile(temp.path() / "plain", "x");
-    EXPECT_EQ(TideHistory((temp.path() / "plain" / "History").string()).save(summaryAt(1)).error(),
+    writeFile(temp / "plain");
+    EXPECT_EQ(TideHistory(temp / "plain/History").save(summaryAt(1)).error(),
               TideHistoryError::folderNotCreated);
 }
 
 TEST(TideHistory, StandardLivesUnderTheDataFolder) {
-    const TempDir temp;
-    const ScopedEnv data("XDG_DATA_HOME", temp.path().string());
-    EXPECT_EQ(TideHistory::standard().directory(), (temp.path() / "Ambrel" / "History").string());
+    const TempFolder temp;
+    const ScopedEnv data("XDG_DATA_HOME", temp.path());
+    EXPECT_EQ(TideHistory::standard().directory(), temp / "Ambrel/History");
 }
 
 TEST(TideHistory, PruneKeepsAMonthDailyAndAYearWeekly) {
     // 22:00 here is already the next day in UTC, so a UTC calendar would pick other weeks.
-    const ScopedEnv tz("TZ", "EST5");
-    const TempDir temp;
-    const TideHistory history(temp.path().string());
+    const ScopedTimeZone tz("EST5");
+    const TempFolder temp;
+    const TideHistory history(temp.path());
 
     // Newest on Monday 23 November 2026; 365 days back is a Sunday, the last one kept.
     std::set<std::string> expected;
@@ -246,15 +216,16 @@ TEST(TideHistory, PruneKeepsAMonthDailyAndAYearWeekly) {
         day.tm_isdst = -1;
         const auto date = static_cast<double>(std::mktime(&day));
         if (age == 0) now = date;
-        ASSERT_TRUE(history.save(summaryAt(date, static_cast<std::uint64_t>(age))));
-
         char name[32];
         std::strftime(name, sizeof name, "%Y-%m-%d.json", &day);
+        // Written directly: saving syncs every file, which is slow on a busy machine.
+        writeFile(temp / name,
+                  summaryAt(date, static_cast<std::uint64_t>(age)).toJson().toStdString());
         const bool sunday = day.tm_wday == 0;
         // Age 30 is the newest summary of its week once the daily month is left.
         if (age < 30 || age == 30 || (age <= 365 && sunday)) expected.insert(name);
     }
-    writeFile(temp.path() / "2020-01-01.json", "corrupt");
+    writeFile(temp / "2020-01-01.json", "corrupt");
     expected.insert("2020-01-01.json");
 
     history.prune(now);
