@@ -1,0 +1,77 @@
+#pragma once
+
+#include "RingKit/RingAnimation.hpp"
+#include "RingKit/RingSegment.hpp"
+
+#include <QColor>
+#include <QElapsedTimer>
+#include <QQuickItem>
+
+#include <optional>
+#include <vector>
+
+namespace ambrel {
+
+/// The ring as one scene-graph item: all slices in one geometry node with per-vertex colour,
+/// the centre disc as one quad with its own shader. It draws frames only while a morph or
+/// the fullness easing runs, and maps the pointer to slices in C++.
+class RingItem : public QQuickItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(double level READ level WRITE setLevel NOTIFY levelChanged)
+    Q_PROPERTY(bool dark READ dark WRITE setDark NOTIFY darkChanged)
+    Q_PROPERTY(bool reduceMotion READ reduceMotion WRITE setReduceMotion NOTIFY reduceMotionChanged)
+    Q_PROPERTY(int hoveredIndex READ hoveredIndex NOTIFY hoveredIndexChanged)
+
+public:
+    explicit RingItem(QQuickItem* parent = nullptr);
+
+    /// Shows a new layout, morphing from the current one.
+    void setSegments(std::vector<ringkit::RingSegment> segments,
+                     const ringkit::RingMorph::ParentLookup& parent);
+    const std::vector<ringkit::RingSegment>& segments() const { return animation_.segments(); }
+
+    double level() const { return animation_.levelTarget(); }
+    void setLevel(double level);
+    bool dark() const { return dark_; }
+    void setDark(bool dark);
+    bool reduceMotion() const { return reduceMotion_; }
+    void setReduceMotion(bool reduceMotion);
+    /// Index of the slice under the pointer in `segments()`, or −1.
+    int hoveredIndex() const { return hovered_; }
+
+    /// What lies under an item point.
+    ringkit::Hit hitAt(QPointF point) const;
+
+signals:
+    void levelChanged();
+    void darkChanged();
+    void reduceMotionChanged();
+    void hoveredIndexChanged();
+    /// A click on slice `index` of `segments()`.
+    void segmentClicked(int index);
+    /// A click on the centre disc.
+    void centerClicked();
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
+    void hoverMoveEvent(QHoverEvent* event) override;
+    void hoverLeaveEvent(QHoverEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    double now() const { return static_cast<double>(clock_.nsecsElapsed()) * 1e-9; }
+    void setHovered(int index);
+    void appendHighlight(double pxPerUnit);
+
+    QElapsedTimer clock_;
+    ringkit::RingAnimation animation_;
+    std::vector<ringkit::RingVertex> frameVertices_;
+    bool dark_ = false;
+    bool reduceMotion_ = false;
+    int hovered_ = -1;
+    std::optional<QPointF> pressedAt_;
+};
+
+} // namespace ambrel

@@ -1,0 +1,21 @@
+#version 440
+// The centre disc: a quad placed in the item, carrying its corners in ring units.
+layout(location = 0) in vec4 position;
+layout(location = 1) in vec2 ringPoint;
+layout(location = 0) out vec2 p;
+
+layout(std140, binding = 0) uniform buf {
+    mat4 qt_Matrix;
+    float qt_Opacity;
+    float level;
+    float centerR;
+    float pxPerUnit;
+    vec4 discColor;
+    vec4 arcColor;
+    vec4 trackColor;
+};
+
+void main() {
+    p = ringPoint;
+    gl_Position = qt_Matrix * position;
+}
