@@ -53,7 +53,9 @@ public:
 
 } // namespace
 
-DiscMaterial::DiscMaterial() { setFlag(Blending); }
+DiscMaterial::DiscMaterial() {
+    setFlag(Blending);
+}
 
 QSGMaterialType* DiscMaterial::type() const {
     static QSGMaterialType kind;

@@ -133,7 +133,9 @@ void RingItem::hoverMoveEvent(QHoverEvent* event) {
     setHovered(hit.type == ringkit::Hit::Type::segment ? static_cast<int>(hit.index) : -1);
 }
 
-void RingItem::hoverLeaveEvent(QHoverEvent*) { setHovered(-1); }
+void RingItem::hoverLeaveEvent(QHoverEvent*) {
+    setHovered(-1);
+}
 
 void RingItem::mousePressEvent(QMouseEvent* event) {
     pressedAt_ = event->position();

@@ -1,7 +1,10 @@
+// Until the application model arrives: scans the folder given (or the home folder) and shows
+// its ring; a click on a folder focuses it, a click in the centre goes up.
 #include "RingItem.hpp"
 
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/ScanOptions.hpp"
+#include "BrantleCore/VolumeInfo.hpp"
 #include "RingKit/RingLayout.hpp"
 
 #include <QDir>
@@ -26,9 +29,9 @@ int main(int argc, char* argv[]) {
     auto tree = std::make_shared<brantle::FileTree>(scanner.scan(path.toStdString(), 0, {}));
     auto focus = std::make_shared<brantle::NodeId>(0);
     auto show = [=] {
-        ring->setSegments(ringkit::RingLayout::layout(*tree, *focus, 5,
-                                                      ringkit::RingLayout::defaultMinAngle),
-                          ringkit::RingMorph::parentsOf(*tree));
+        ring->setSegments(
+            ringkit::RingLayout::layout(*tree, *focus, 5, ringkit::RingLayout::defaultMinAngle),
+            ringkit::RingMorph::parentsOf(*tree));
     };
     QObject::connect(ring, &ambrel::RingItem::segmentClicked, ring, [=](int index) {
         const auto& segment = ring->segments()[static_cast<std::size_t>(index)];
@@ -43,6 +46,8 @@ int main(int argc, char* argv[]) {
         show();
     });
     show();
-    ring->setLevel(0.62);
+    if (const auto volume = brantle::VolumeInfo::containing(path.toStdString());
+        volume && volume->total > 0)
+        ring->setLevel(static_cast<double>(volume->used()) / static_cast<double>(volume->total));
     return app.exec();
 }
