@@ -5,8 +5,9 @@
 #include <unistd.h>
 
 // Runs the function in a forked child and returns its result as the child's exit status
-// (-1 when the child died of a signal). With dropPrivileges, a root parent's child becomes
-// the unprivileged user "nobody" first, so permission checks apply to it.
+// (128 + the signal when the child died of one, -1 when it could not run). With dropPrivileges, a
+// root parent's child becomes the unprivileged user "nobody" first, so permission checks apply to
+// it.
 inline int inChild(const std::function<int()>& function, bool dropPrivileges = false) {
     const pid_t pid = ::fork();
     if (pid == 0) {
@@ -17,5 +18,5 @@ inline int inChild(const std::function<int()>& function, bool dropPrivileges = f
     }
     int status = 0;
     if (pid < 0 || ::waitpid(pid, &status, 0) != pid) return -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
