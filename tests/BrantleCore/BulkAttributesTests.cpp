@@ -137,8 +137,7 @@ TEST(BulkAttributes, RefusesEntriesThatDoNotFit) {
     EXPECT_FALSE(BulkAttributes::appendEntries(good.bytes, 2, list));
 
     // An entry longer than the buffer.
-    auto truncated = good.bytes;
-    truncated.resize(truncated.size() - 4);
+    const std::vector<std::byte> truncated(good.bytes.begin(), good.bytes.end() - 4);
     list.clear();
     EXPECT_FALSE(BulkAttributes::appendEntries(truncated, 1, list));
 
