@@ -3,6 +3,14 @@
 namespace brantle {
 
 void DirEntryList::clear() {
+    // Storage grown by one very wide folder is given back rather than kept for every later
+    // folder: a worker's lists would otherwise add megabytes to the scan's peak memory.
+    if (entries_.capacity() > keptCapacity) {
+        entries_ = {};
+        nameOffsets_ = {};
+        names_ = {};
+        return;
+    }
     entries_.clear();
     nameOffsets_.clear();
     names_.clear();

@@ -15,6 +15,7 @@
 #else
 #include <dirent.h>
 #include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #endif
 
 namespace brantle {
@@ -76,6 +77,7 @@ DirEntry entryFor(int fd, const char* name, const LinuxDirent64& dirent) {
     entry.mtime = sx.stx_mtime.tv_sec;
     entry.inode = sx.stx_ino;
     entry.linkCount = sx.stx_nlink;
+    entry.device = makedev(sx.stx_dev_major, sx.stx_dev_minor);
     return entry;
 }
 

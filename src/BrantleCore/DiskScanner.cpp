@@ -107,7 +107,7 @@ void DiskScanner::runWorkers(Job& job) {
 void DiskScanner::work(Job& job) {
     DirectoryReader reader;
     while (std::optional<Folder> folder = takeNext(job)) {
-        const Listing listing = listFolder(reader, folder->path);
+        const Listing listing = listFolder(reader, *folder);
         record(job, *folder, listing);
     }
 }
@@ -128,15 +128,17 @@ std::optional<DiskScanner::Folder> DiskScanner::takeNext(Job& job) {
     return folder;
 }
 
-DiskScanner::Listing DiskScanner::listFolder(DirectoryReader& reader, const std::string& path) {
+DiskScanner::Listing DiskScanner::listFolder(DirectoryReader& reader, const Folder& folder) {
     Listing listing;
-    const int fd = openDirectory(path);
+    const int fd = openDirectory(folder.path);
     if (fd < 0) return listing;
+    DeviceNumber device = folder.device;
     struct stat info;
-    if (fstat(fd, &info) == 0) {
+    if (device == 0 && fstat(fd, &info) == 0) device = info.st_dev;
+    if (device != 0) {
         if (auto entries = reader.read(fd)) {
             listing.ok = true;
-            listing.device = info.st_dev;
+            listing.device = device;
             listing.entries = *entries;
         }
     }
@@ -198,10 +200,15 @@ void DiskScanner::addEntry(Job& job, const Folder& folder, DeviceNumber device,
         job.tree.append(folder.node, entry.name, size, entry.mtime, entry.inode, flags);
     ++job.files;
     job.bytes += size;
-    if (entry.isDir && entry.error == 0) {
-        job.queue.push_back({childPath(folder.path, entry.name), node});
-        ++job.pending;
+    if (!entry.isDir || entry.error != 0) return;
+    // A subfolder whose device the listing already gave is judged here, so another volume
+    // is never even opened; otherwise its own listing decides.
+    if (entry.device != 0 && job.allowed && !job.allowed->contains(entry.device)) {
+        job.tree.setFlags(node, flags | NodeFlags::mountPoint);
+        return;
     }
+    job.queue.push_back({childPath(folder.path, entry.name), node, entry.device});
+    ++job.pending;
 }
 
 std::optional<ScanProgress> DiskScanner::progressDue(Job& job) const {

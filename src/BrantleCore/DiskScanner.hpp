@@ -56,6 +56,7 @@ private:
     struct Folder {
         std::string path;
         NodeId node = FileTree::none;
+        DeviceNumber device = 0; ///< known from the parent's listing, or 0: ask the folder
     };
     struct InodeKey {
         DeviceNumber device = 0;
@@ -91,7 +92,7 @@ private:
     void runWorkers(Job& job);
     void work(Job& job);
     std::optional<Folder> takeNext(Job& job);
-    static Listing listFolder(DirectoryReader& reader, const std::string& path);
+    static Listing listFolder(DirectoryReader& reader, const Folder& folder);
     /// Merges one listing and reports progress outside the lock.
     void record(Job& job, const Folder& folder, const Listing& listing);
     /// Under the lock: flags a failed or foreign folder, or turns every entry into a node and

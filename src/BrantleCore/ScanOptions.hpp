@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BrantleCore/DirEntry.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -7,9 +9,6 @@
 #include <string_view>
 
 namespace brantle {
-
-/// A device number as the system reports it for a folder (st_dev).
-using DeviceNumber = std::uint64_t;
 
 /// Which devices a scan may read and which paths it leaves out.
 struct ScanOptions {

@@ -11,7 +11,6 @@ using brantle::DirEntry;
 using brantle::openDirectory;
 using testing_support::allocatedBytes;
 
-
 namespace {
 
 std::map<std::string, DirEntry> readAll(DirectoryReader& reader, const std::string& path) {
@@ -52,6 +51,7 @@ TEST(DirectoryReader, ReportsAllocatedSizeKindTimeAndLinks) {
     EXPECT_EQ(data.allocSize, allocatedBytes(root / "data"));
     EXPECT_EQ(data.mtime, 1'600'000'123);
     EXPECT_EQ(data.inode, info.st_ino);
+    EXPECT_EQ(data.device, info.st_dev);
     EXPECT_EQ(data.linkCount, 2u);
     EXPECT_EQ(data.error, 0);
     EXPECT_TRUE(entries.at("folder").isDir);

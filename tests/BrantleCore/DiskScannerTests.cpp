@@ -22,7 +22,6 @@ using brantle::NodeId;
 using brantle::ScanOptions;
 using testing_support::allocatedBytes;
 
-
 namespace {
 
 NodeId nodeAt(const FileTree& tree, const std::string& path) {
