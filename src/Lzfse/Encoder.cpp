@@ -55,7 +55,9 @@ void encode(std::span<const std::uint8_t> input, std::vector<std::uint8_t>& outp
     } else if (input.size() < minLzfseInput) {
         putSmallInput(input, output);
     } else {
-        std::make_unique<MatchFinder>()->encode(input, output);
+        // Kept per thread: its tables take half a megabyte and are costly to set up.
+        thread_local const auto matchFinder = std::make_unique<MatchFinder>();
+        matchFinder->encode(input, output);
     }
     putHeader(output, format::endOfStreamMagic, {});
 }

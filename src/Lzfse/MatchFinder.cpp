@@ -23,9 +23,10 @@ constexpr std::size_t maxLiteralBacklog = 8 * format::maxL;
 /// Block limits, kept with the reference encoder's safety margins.
 constexpr std::size_t tripleMargin = 8;
 constexpr std::size_t literalMargin = 16;
-/// Positions are stored as 32-bit offsets from base_, moved up before they could overflow.
-constexpr std::size_t rebaseThreshold = std::size_t{1} << 30;
-constexpr std::size_t rebaseStep = std::size_t{1} << 29;
+/// Positions are stored as 32-bit values p + origin_, moved down before they could overflow.
+constexpr std::int64_t rebaseThreshold = std::int64_t{1} << 30;
+constexpr std::int32_t rebaseStep = std::int32_t{1} << 29;
+constexpr std::size_t prefetchDistance = 8;
 
 inline std::uint32_t hashOf(std::uint32_t value) {
     return (value * 2654435761u) >> (32 - hashBits);
@@ -33,17 +34,26 @@ inline std::uint32_t hashOf(std::uint32_t value) {
 
 } // namespace
 
-MatchFinder::MatchFinder() : table_(std::size_t{1} << hashBits) {}
+MatchFinder::MatchFinder(std::int64_t origin) : table_(std::size_t{1} << hashBits) {
+    clearTable();
+    origin_ = origin;
+}
 
-void MatchFinder::encode(std::span<const std::uint8_t> input, std::vector<std::uint8_t>& out) {
+void MatchFinder::clearTable() {
     std::fill(table_.begin(), table_.end(),
               Line{{{invalidPosition, 0},
                     {invalidPosition, 0},
                     {invalidPosition, 0},
                     {invalidPosition, 0}}});
+    origin_ = 0;
+}
+
+void MatchFinder::encode(std::span<const std::uint8_t> input, std::vector<std::uint8_t>& out) {
+    // Instead of clearing the table, the positions of this input start further than the
+    // longest distance after those of the previous one, so old entries never match.
+    if (origin_ >= rebaseThreshold) clearTable();
     input_ = input;
     out_ = &out;
-    base_ = 0;
     nextLiteral_ = 0;
     block_.clear();
 
@@ -51,11 +61,15 @@ void MatchFinder::encode(std::span<const std::uint8_t> input, std::vector<std::u
     const std::uint8_t* in = input.data();
     std::optional<Match> pending;
     for (std::size_t p = 0; p + 8 < n; ++p) {
-        if (p - base_ >= rebaseThreshold) rebase();
+        if (static_cast<std::int64_t>(p) + origin_ >= rebaseThreshold) rebase();
+        // The table is far larger than the first-level cache: fetch a later line early.
+        if (p + prefetchDistance + 8 < n)
+            __builtin_prefetch(&table_[hashOf(load32(in + p + prefetchDistance))], 1);
         const std::uint32_t x = load32(in + p);
         Line& line = table_[hashOf(x)];
         const Line old = line;
-        line = {Slot{static_cast<std::int32_t>(p - base_), x}, old[0], old[1], old[2]};
+        line = {Slot{static_cast<std::int32_t>(static_cast<std::int64_t>(p) + origin_), x}, old[0],
+                old[1], old[2]};
         if (p < nextLiteral_) continue;
 
         const Candidate found = longestMatch(old, p, x);
@@ -96,6 +110,7 @@ void MatchFinder::encode(std::span<const std::uint8_t> input, std::vector<std::u
     if (pending) emit(*pending);
     if (nextLiteral_ < n) emitLiterals(n - nextLiteral_);
     if (!block_.empty()) closeBlock();
+    origin_ += static_cast<std::int64_t>(n + format::maxD + 1);
 }
 
 MatchFinder::Candidate MatchFinder::longestMatch(const Line& line, std::size_t p,
@@ -105,7 +120,7 @@ MatchFinder::Candidate MatchFinder::longestMatch(const Line& line, std::size_t p
     Candidate best{0, 0};
     for (const Slot& slot : line) {
         if (slot.value != value) continue;
-        const auto r = static_cast<std::int64_t>(base_) + slot.position;
+        const std::int64_t r = slot.position - origin_;
         if (r + static_cast<std::int64_t>(format::maxD) < static_cast<std::int64_t>(p)) continue;
         const auto source = static_cast<std::size_t>(r);
         std::size_t length = 4;
@@ -125,9 +140,8 @@ MatchFinder::Candidate MatchFinder::longestMatch(const Line& line, std::size_t p
 void MatchFinder::rebase() {
     for (Line& line : table_)
         for (Slot& slot : line)
-            slot.position =
-                std::max(invalidPosition, slot.position - static_cast<std::int32_t>(rebaseStep));
-    base_ += rebaseStep;
+            slot.position = std::max(invalidPosition - rebaseStep, slot.position - rebaseStep);
+    origin_ -= rebaseStep;
 }
 
 void MatchFinder::emit(const Match& match) {

@@ -14,14 +14,17 @@ namespace lzfse {
 /// same choices as the reference encoder, so it reproduces its streams.
 class MatchFinder {
 public:
-    MatchFinder();
+    /// `origin` offsets the stored positions; only tests pass one, to reach the renumbering
+    /// that long-lived instances go through.
+    explicit MatchFinder(std::int64_t origin = 0);
 
-    /// Appends the v2 blocks for the whole input to out (no end-of-stream block).
+    /// Appends the v2 blocks for the whole input to out (no end-of-stream block). One
+    /// instance may encode many inputs; each is coded on its own.
     void encode(std::span<const std::uint8_t> input, std::vector<std::uint8_t>& out);
 
 private:
     struct Slot {
-        std::int32_t position; // relative to base_
+        std::int32_t position; // input position + origin_
         std::uint32_t value;
     };
     using Line = std::array<Slot, 4>;
@@ -38,6 +41,7 @@ private:
     };
 
     Candidate longestMatch(const Line& line, std::size_t p, std::uint32_t value) const;
+    void clearTable();
     void rebase();
     void emit(const Match& match);
     void emitLiterals(std::size_t count) {
@@ -50,7 +54,7 @@ private:
     std::vector<Line> table_;
     std::span<const std::uint8_t> input_;
     std::vector<std::uint8_t>* out_ = nullptr;
-    std::size_t base_ = 0;
+    std::int64_t origin_ = 0;
     std::size_t nextLiteral_ = 0;
     PendingBlock block_;
     BlockEncoder blockEncoder_;
