@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -146,13 +147,16 @@ TEST(LzfseRoundTrip, ReusedMatchFinderCodesEachInputOnItsOwn) {
     for (const char* name : {"mixed_4096", "english_64k"}) {
         SCOPED_TRACE(name);
         const Bytes raw = readFile(vectorPath(std::string(name) + ".bin"));
-        Bytes expected = readFile(vectorPath(std::string(name) + ".lzfse"));
-        expected.resize(expected.size() - 4); // without the end-of-stream block
+        const Bytes expected = readFile(vectorPath(std::string(name) + ".lzfse"));
+        ASSERT_GT(expected.size(), 4u);
         lzfse::MatchFinder finder((std::int64_t{1} << 30) - static_cast<long>(raw.size() / 2));
         for (int round = 0; round < 3; ++round) {
             Bytes stream;
             finder.encode(raw, stream);
-            EXPECT_TRUE(stream == expected) << round;
+            // The finder writes everything but the end-of-stream block.
+            EXPECT_TRUE(
+                std::equal(stream.begin(), stream.end(), expected.begin(), expected.end() - 4))
+                << round;
         }
     }
 }
