@@ -36,7 +36,8 @@ void putRawBlock(std::span<const std::uint8_t> input, std::vector<std::uint8_t>&
 void putSmallInput(std::span<const std::uint8_t> input, std::vector<std::uint8_t>& out) {
     const std::size_t start = out.size();
     putHeader(out, format::lzvnMagic, {static_cast<std::uint32_t>(input.size()), 0});
-    LzvnEncoder().encode(input, out);
+    thread_local const auto lzvnEncoder = std::make_unique<LzvnEncoder>();
+    lzvnEncoder->encode(input, out);
     const std::size_t payloadSize = out.size() - start - format::lzvnHeaderSize;
     if (payloadSize < input.size()) {
         store(out.data() + start + 8, static_cast<std::uint32_t>(payloadSize));
