@@ -1,0 +1,437 @@
+#include "AmbrelModel/AppModel.hpp"
+
+#include "BrantleCore/ByteFormat.hpp"
+#include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/Locations.hpp"
+#include "BrantleCore/ScanOptions.hpp"
+#include "BrantleCore/TideHistory.hpp"
+#include "RingKit/RingLayout.hpp"
+
+#include <QDateTime>
+#include <QDir>
+#include <QLocale>
+#include <QSettings>
+#include <QThread>
+
+#include <algorithm>
+#include <limits>
+#include <thread>
+
+namespace ambrel {
+
+namespace {
+
+QSettings settings() {
+    return QSettings(QStringLiteral("Ambrel"), QStringLiteral("Ambrel"));
+}
+
+QString itemCountKey(const std::string& rootPath) {
+    return QStringLiteral("itemCount:") + QString::fromStdString(rootPath);
+}
+
+double now() {
+    return static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+}
+
+} // namespace
+
+AppModel::AppModel(QObject* parent) : QObject(parent) {}
+
+AppModel::~AppModel() {
+    if (scanner_) scanner_->cancel();
+    pool_.waitForDone();
+}
+
+void AppModel::requireMainThread() const {
+    if (QThread::currentThread() != thread())
+        brantle::fatal("AppModel changed off the main thread");
+}
+
+void AppModel::runInBackground(std::function<void()> work) {
+    pool_.start(std::move(work));
+}
+
+void AppModel::waitForBackgroundWork() {
+    pool_.waitForDone();
+}
+
+// MARK: sessions
+
+void AppModel::start() {
+    requireMainThread();
+    if (phase_ != Phase::idle) return;
+    load(target_, false);
+}
+
+void AppModel::load(const ScanTarget& target, bool quiet) {
+    requireMainThread();
+    const auto rootPath = target.rootPath();
+    setVolumeFor(rootPath);
+    if (!quiet && phase_ != Phase::updating) setPhase(Phase::updating);
+    scanner_ = makeScanner(rootPath);
+    const int session = ++session_;
+    // Snapshots are not read yet: every load without a usable one falls back as below.
+    runInBackground([this, target, quiet, session] {
+        QMetaObject::invokeMethod(
+            this,
+            [this, target, quiet, session] {
+                if (session != session_ || quiet) return;
+                fullScan(target);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void AppModel::scanAgain() {
+    requireMainThread();
+    fullScan(target_);
+}
+
+void AppModel::scanTarget(const ScanTarget& target) {
+    requireMainThread();
+    setTarget(target);
+    fullScan(target);
+}
+
+void AppModel::chooseFolder(const QString& path) {
+    if (path.isEmpty()) return;
+    scanTarget(ScanTarget::folder(QDir::cleanPath(path).toStdString()));
+}
+
+void AppModel::fullScan(const ScanTarget& target) {
+    requireMainThread();
+    if (phase_ != Phase::scanning) setPhase(Phase::scanning);
+    setProgress(std::nullopt);
+    if (tree_) droppedFocus_ = std::pair{target_, tree_->path(focus_)};
+    tree_.reset();
+    relayout();
+
+    const auto rootPath = target.rootPath();
+    setVolumeFor(rootPath);
+    if (scanner_) scanner_->cancel();
+    scanner_ = makeScanner(rootPath);
+    expectedCount_ = storedItemCount(rootPath);
+    adminScan_ = false;
+    const int session = ++session_;
+    runInBackground([this, target, rootPath, session, scanner = scanner_,
+                     expected = expectedCount_] {
+        auto report = [this, session](const brantle::ScanProgress& progress) {
+            QMetaObject::invokeMethod(
+                this,
+                [this, session, progress] {
+                    if (session == session_ && phase_ == Phase::scanning) setProgress(progress);
+                },
+                Qt::QueuedConnection);
+        };
+        auto tree = std::make_shared<brantle::FileTree>(scanner->scan(rootPath, expected, report));
+        QMetaObject::invokeMethod(
+            this,
+            [this, session, tree, target] {
+                if (session == session_) finish(tree, target);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+std::shared_ptr<brantle::DiskScanner> AppModel::makeScanner(const std::string& rootPath) {
+    const int workers = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    return std::make_shared<brantle::DiskScanner>(brantle::ScanOptions::forVolume(rootPath),
+                                                  workers, std::chrono::milliseconds(100));
+}
+
+std::int64_t AppModel::storedItemCount(const std::string& rootPath) {
+    return settings().value(itemCountKey(rootPath), 0).toLongLong();
+}
+
+// MARK: installing a tree
+
+brantle::NodeId AppModel::keptFocus(const brantle::FileTree& tree, const ScanTarget& target) const {
+    std::optional<std::string> path;
+    if (tree_ && target == target_) {
+        path = tree_->path(focus_);
+    } else if (droppedFocus_ && droppedFocus_->first == target && target == target_) {
+        path = droppedFocus_->second;
+    }
+    if (!path) return brantle::FileTree::root;
+    const auto node = tree.node(*path);
+    if (!node || tree.isDead(*node)) return brantle::FileTree::root;
+    return *node;
+}
+
+void AppModel::finish(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target) {
+    requireMainThread();
+    if (!tree || tree->count() == 0) brantle::fatal("AppModel::finish without a tree");
+    const auto focus = keptFocus(*tree, target);
+    setTarget(target);
+    tree_ = std::move(tree);
+    droppedFocus_.reset();
+    setFocus(focus);
+    setProgress(std::nullopt);
+    if (phase_ != Phase::ready) setPhase(Phase::ready);
+    const auto rootPath = target.rootPath();
+    settings().setValue(itemCountKey(rootPath), static_cast<qlonglong>(tree_->count()));
+    recordHistory();
+    setVolumeFor(rootPath);
+    if (revision_ == std::numeric_limits<int>::max()) brantle::fatal("AppModel revision overflow");
+    ++revision_;
+    emit revisionChanged();
+    relayout();
+    // The suggestions engine is not part of this build yet.
+    if (shorelinePhase_ != ShorelinePhase::unavailable) {
+        shorelinePhase_ = ShorelinePhase::unavailable;
+        emit shorelinePhaseChanged();
+    }
+}
+
+void AppModel::recordHistory() {
+    requireMainThread();
+    if (!tree_) return;
+    const auto home = brantle::Locations::homeDirectory();
+    if (!tree_->node(home)) return;
+    startupVolume_ = brantle::VolumeInfo::containing("/");
+    std::vector<std::string> roots{home};
+    if (tree_->node("/Applications")) roots.emplace_back("/Applications");
+    const double date = now();
+    const auto summary =
+        brantle::TideSummary::make(*tree_, roots, startupVolume_, date, 10'000'000, 6);
+    const auto history = brantle::TideHistory::standard();
+    if (!history.save(summary)) return;
+    history.prune(date);
+    history_ = history.load();
+    emit historyChanged();
+}
+
+// MARK: layout and navigation
+
+std::vector<ringkit::RingExtra> AppModel::extras() const {
+    std::vector<ringkit::RingExtra> out;
+    if (phase_ != Phase::ready || target_.kind != ScanTarget::Kind::startupDisk ||
+        focus_ != brantle::FileTree::root || !volume_ || !tree_)
+        return out;
+    const auto purgeable = volume_->purgeable();
+    // The purgeable figure is the volume's own; the hidden share leaves it out.
+    const auto hidden = volume_->hidden(tree_->size(brantle::FileTree::root) + purgeable);
+    if (hidden > 0) out.push_back({Kind::hidden(), hidden});
+    if (purgeable > 0) out.push_back({Kind::purgeable(), purgeable});
+    return out;
+}
+
+void AppModel::relayout() {
+    requireMainThread();
+    previousSegments_ = std::move(segments_);
+    segments_.clear();
+    if (tree_) {
+        const auto extra = extras();
+        segments_ = ringkit::RingLayout::layout(*tree_, focus_, maxDepth,
+                                                ringkit::RingLayout::defaultMinAngle, extra);
+    }
+    ++layoutID_;
+    emit layoutIDChanged();
+    emit fullnessChanged();
+}
+
+void AppModel::focusOn(int node) {
+    requireMainThread();
+    if (!tree_ || node < 0 || static_cast<std::size_t>(node) >= tree_->count()) return;
+    const auto id = static_cast<brantle::NodeId>(node);
+    if (id == focus_ || tree_->isDead(id)) return;
+    setFocus(id);
+    relayout();
+}
+
+void AppModel::goUp() {
+    requireMainThread();
+    if (!tree_ || focus_ == brantle::FileTree::root) return;
+    focusOn(static_cast<int>(tree_->parent(focus_)));
+}
+
+void AppModel::show(Section section) {
+    requireMainThread();
+    if (section == section_) return;
+    section_ = section;
+    emit sectionChanged();
+}
+
+std::vector<brantle::NodeId> AppModel::breadcrumbs() const {
+    std::vector<brantle::NodeId> out;
+    if (!tree_) return out;
+    for (auto node = focus_; node != brantle::FileTree::none; node = tree_->parent(node)) {
+        out.push_back(node);
+        if (node == brantle::FileTree::root) break;
+    }
+    std::ranges::reverse(out);
+    return out;
+}
+
+std::vector<brantle::NodeId> AppModel::listItems() const {
+    if (!tree_) return {};
+    return tree_->childrenBySize(focus_);
+}
+
+std::uint64_t AppModel::size(const Kind& kind) const {
+    if (kind.isNode()) return tree_ && kind.id < tree_->count() ? tree_->size(kind.id) : 0;
+    const auto found = std::ranges::find(segments_, kind, &ringkit::RingSegment::kind);
+    return found == segments_.end() ? 0 : found->bytes;
+}
+
+QString AppModel::label(const Kind& kind) const {
+    switch (kind.type) {
+    case Kind::Type::node:
+        if (kind.id == brantle::FileTree::root) return targetTitle();
+        return tree_ && kind.id < tree_->count() ? QString::fromStdString(tree_->name(kind.id))
+                                                 : QString();
+    case Kind::Type::smaller:
+        return QLocale().toString(kind.count) + QStringLiteral(" smaller items");
+    case Kind::Type::hidden:
+        return QStringLiteral("Hidden & system space");
+    case Kind::Type::purgeable:
+        return QStringLiteral("Purgeable (macOS frees this itself)");
+    }
+    return {};
+}
+
+double AppModel::fullness() const {
+    if (phase_ == Phase::scanning && progress_ && volume_) {
+        double used = static_cast<double>(volume_->used());
+        if (target_.kind != ScanTarget::Kind::startupDisk) used = std::max(used, 3.0) / 2;
+        if (used <= 0) return 0;
+        return std::min(0.98, static_cast<double>(progress_->bytes) / used);
+    }
+    if (!tree_ || phase_ != Phase::ready) return 0;
+    if (focus_ == brantle::FileTree::root) {
+        if (!volume_) return 0;
+        if (volume_->total == 0) return 0;
+        return static_cast<double>(volume_->used()) / static_cast<double>(volume_->total);
+    }
+    const auto root = tree_->size(brantle::FileTree::root);
+    if (root == 0) return 0;
+    return std::clamp(static_cast<double>(tree_->size(focus_)) / static_cast<double>(root), 0.02,
+                      1.0);
+}
+
+ringkit::RingMorph::ParentLookup AppModel::parentLookup() const {
+    if (!tree_) return [](brantle::NodeId) { return std::optional<brantle::NodeId>(); };
+    return [tree = tree_](brantle::NodeId id) -> std::optional<brantle::NodeId> {
+        if (id == brantle::FileTree::root || id >= tree->count()) return std::nullopt;
+        return tree->parent(id);
+    };
+}
+
+int AppModel::folderAtSegment(int index) const {
+    if (!tree_ || index < 0 || static_cast<std::size_t>(index) >= segments_.size()) return -1;
+    const auto& kind = segments_[static_cast<std::size_t>(index)].kind;
+    if (!kind.isNode() || !tree_->flags(kind.id).contains(brantle::NodeFlags::directory)) return -1;
+    return static_cast<int>(kind.id);
+}
+
+// MARK: setters
+
+void AppModel::setPhase(Phase phase) {
+    requireMainThread();
+    phase_ = phase;
+    emit phaseChanged();
+    emit fullnessChanged();
+}
+
+void AppModel::setTarget(const ScanTarget& target) {
+    requireMainThread();
+    if (target == target_) return;
+    target_ = target;
+    emit targetChanged();
+}
+
+void AppModel::setFocus(brantle::NodeId focus) {
+    requireMainThread();
+    if (focus == focus_) return;
+    focus_ = focus;
+    emit focusChanged();
+}
+
+void AppModel::setProgress(std::optional<brantle::ScanProgress> progress) {
+    requireMainThread();
+    progress_ = progress;
+    emit progressChanged();
+    emit fullnessChanged();
+}
+
+void AppModel::setVolumeFor(const std::string& rootPath) {
+    requireMainThread();
+    const auto volume = brantle::VolumeInfo::containing(rootPath);
+    if (volume == volume_) return;
+    volume_ = volume;
+    emit volumeChanged();
+    emit fullnessChanged();
+}
+
+void AppModel::setNotice(std::optional<Notice> notice) {
+    requireMainThread();
+    if (notice == notice_) return;
+    notice_ = std::move(notice);
+    emit noticeChanged();
+}
+
+// MARK: views
+
+QVariantMap AppModel::progressMap() const {
+    if (!progress_) return {};
+    QVariantMap map;
+    map[QStringLiteral("files")] = static_cast<qlonglong>(progress_->files);
+    map[QStringLiteral("filesText")] = QLocale().toString(static_cast<qlonglong>(progress_->files));
+    map[QStringLiteral("bytesText")] =
+        QString::fromStdString(brantle::formatBytes(progress_->bytes));
+    map[QStringLiteral("fraction")] = expectedCount_ > 0
+                                          ? std::min(1.0, static_cast<double>(progress_->files) /
+                                                              static_cast<double>(expectedCount_))
+                                          : -1.0;
+    return map;
+}
+
+QVariantList AppModel::breadcrumbItems() const {
+    QVariantList out;
+    for (const auto node : breadcrumbs())
+        out.append(QVariantMap{{QStringLiteral("node"), static_cast<int>(node)},
+                               {QStringLiteral("name"), label(Kind::node(node))}});
+    return out;
+}
+
+QVariantList AppModel::itemRows() const {
+    QVariantList out;
+    if (!tree_) return out;
+    const auto total = static_cast<double>(tree_->size(focus_));
+    for (const auto node : listItems()) {
+        if (out.size() >= maxListRows) break;
+        const auto bytes = tree_->size(node);
+        out.append(QVariantMap{
+            {QStringLiteral("node"), static_cast<int>(node)},
+            {QStringLiteral("name"), QString::fromStdString(tree_->name(node))},
+            {QStringLiteral("size"), QString::fromStdString(brantle::formatBytes(bytes))},
+            {QStringLiteral("share"), total > 0 ? static_cast<double>(bytes) / total : 0.0},
+            {QStringLiteral("folder"),
+             tree_->flags(node).contains(brantle::NodeFlags::directory)}});
+    }
+    return out;
+}
+
+QVariantMap AppModel::storage() const {
+    if (!volume_ || volume_->total == 0) return {};
+    const auto purgeable = volume_->purgeable();
+    const auto scanned = tree_ ? tree_->size(brantle::FileTree::root) : 0;
+    const auto hidden = volume_->hidden(scanned + purgeable);
+    const auto used = volume_->used() - std::min(volume_->used(), hidden + purgeable);
+    const auto total = static_cast<double>(volume_->total);
+    auto share = [total](std::uint64_t bytes) { return static_cast<double>(bytes) / total; };
+    auto text = [](std::uint64_t bytes) {
+        return QString::fromStdString(brantle::formatBytes(bytes));
+    };
+    return {{QStringLiteral("used"), share(used)},
+            {QStringLiteral("hidden"), share(hidden)},
+            {QStringLiteral("purgeable"), share(purgeable)},
+            {QStringLiteral("free"), share(volume_->available)},
+            {QStringLiteral("usedText"), text(used)},
+            {QStringLiteral("hiddenText"), text(hidden)},
+            {QStringLiteral("purgeableText"), text(purgeable)},
+            {QStringLiteral("freeText"), text(volume_->available)},
+            {QStringLiteral("totalText"), text(volume_->total)}};
+}
+
+} // namespace ambrel

@@ -1,0 +1,279 @@
+#include "ModelEnvironment.hpp"
+
+#include "BrantleCore/Locations.hpp"
+#include "BrantleCore/TideHistory.hpp"
+
+#include <QLocale>
+#include <QSettings>
+
+#include <filesystem>
+#include <thread>
+
+using ambrel::AppModel;
+using ambrel::ScanTarget;
+using Phase = AppModel::Phase;
+using Kind = ringkit::RingSegment::Kind;
+
+namespace {
+
+const auto* const environment = ::testing::AddGlobalTestEnvironment(new ModelEnvironment);
+
+// big/ holds most bytes, then docs/, then one small file at the top.
+void makeFixture(const TempFolder& root) {
+    root.folder("big");
+    root.folder("big/inner");
+    root.file("big/inner/blob", 400'000);
+    root.file("big/other", 100'000);
+    root.folder("docs");
+    root.file("docs/a.txt", 50'000);
+    root.file("top.txt", 4'000);
+}
+
+std::vector<Phase> phasesOf(AppModel& model, const std::function<void()>& action) {
+    std::vector<Phase> phases{model.phase()};
+    const auto connection = QObject::connect(&model, &AppModel::phaseChanged, [&] {
+        if (phases.back() != model.phase()) phases.push_back(model.phase());
+    });
+    action();
+    settleReady(model);
+    QObject::disconnect(connection);
+    return phases;
+}
+
+// Counts the emissions of one signal.
+struct SignalCount {
+    template <typename Signal> SignalCount(AppModel* model, Signal signal) {
+        QObject::connect(model, signal, [this] { ++value; });
+    }
+    int count() const { return value; }
+    int value = 0;
+};
+
+} // namespace
+
+TEST(AppModel, FirstLoadScansAndStoresTheItemCount) {
+    TempFolder root;
+    makeFixture(root);
+    const auto target = ScanTarget::folder(root.path());
+    EXPECT_EQ(AppModel::storedItemCount(root.path()), 0);
+
+    AppModel model;
+    const auto phases = phasesOf(model, [&] { model.load(target, false); });
+    EXPECT_EQ(phases, (std::vector{Phase::idle, Phase::updating, Phase::scanning, Phase::ready}));
+    ASSERT_TRUE(model.tree());
+    EXPECT_EQ(model.target(), target);
+    EXPECT_EQ(model.revision(), 1);
+    EXPECT_EQ(AppModel::storedItemCount(root.path()),
+              static_cast<std::int64_t>(model.tree()->count()));
+    EXPECT_FALSE(model.progress());
+    EXPECT_FALSE(model.segments().empty());
+
+    // The list is the focus's children, largest first; the root's label is the target's title.
+    const auto items = model.listItems();
+    ASSERT_EQ(items.size(), 3u);
+    EXPECT_EQ(model.tree()->name(items[0]), "big");
+    EXPECT_EQ(model.tree()->name(items[1]), "docs");
+    EXPECT_EQ(model.tree()->name(items[2]), "top.txt");
+    EXPECT_EQ(model.label(Kind::node(0)), QString::fromStdString(target.title()));
+    EXPECT_EQ(model.label(Kind::node(items[1])), "docs");
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    EXPECT_EQ(model.label(Kind::smaller(0, 1234)), "1,234 smaller items");
+    EXPECT_EQ(model.label(Kind::hidden()), "Hidden & system space");
+    EXPECT_EQ(model.label(Kind::purgeable()), "Purgeable (macOS frees this itself)");
+    EXPECT_EQ(model.size(Kind::node(items[0])), model.tree()->size(items[0]));
+
+    // A folder target never shows the volume's hidden or purgeable space.
+    for (const auto& segment : model.segments()) {
+        EXPECT_NE(segment.kind.type, Kind::Type::hidden);
+        EXPECT_NE(segment.kind.type, Kind::Type::purgeable);
+    }
+}
+
+TEST(AppModel, NavigationAndBreadcrumbs) {
+    TempFolder root;
+    makeFixture(root);
+    AppModel model;
+    model.load(ScanTarget::folder(root.path()), false);
+    ASSERT_TRUE(settleReady(model));
+    const auto& tree = *model.tree();
+    const auto big = *tree.node(root / "big");
+    const auto inner = *tree.node(root / "big/inner");
+
+    // At the root going up and focusing the focus change nothing, not even the layout.
+    const int layout = model.layoutID();
+    SignalCount focusSpy(&model, &AppModel::focusChanged);
+    model.goUp();
+    model.focusOn(0);
+    EXPECT_EQ(model.layoutID(), layout);
+    EXPECT_EQ(focusSpy.count(), 0);
+    EXPECT_EQ(model.breadcrumbs(), std::vector<brantle::NodeId>{0});
+
+    model.focusOn(static_cast<int>(inner));
+    EXPECT_EQ(model.focus(), inner);
+    EXPECT_EQ(model.layoutID(), layout + 1);
+    EXPECT_EQ(model.breadcrumbs(), (std::vector<brantle::NodeId>{0, big, inner}));
+    EXPECT_EQ(model.previousSegments().front().kind, Kind::node(*tree.node(root / "big")))
+        << "the old layout is kept for the morph";
+    model.focusOn(static_cast<int>(inner));
+    EXPECT_EQ(model.layoutID(), layout + 1);
+
+    model.goUp();
+    EXPECT_EQ(model.focus(), big);
+    model.goUp();
+    EXPECT_EQ(model.focus(), 0u);
+    model.focusOn(-1);
+    model.focusOn(1'000'000);
+    EXPECT_EQ(model.focus(), 0u);
+}
+
+TEST(AppModel, FullnessBounds) {
+    TempFolder root;
+    makeFixture(root);
+    root.file("big/inner/tiny", 1);
+    AppModel model;
+    EXPECT_EQ(model.fullness(), 0) << "no tree";
+    model.load(ScanTarget::folder(root.path()), false);
+    ASSERT_TRUE(settleReady(model));
+    const auto& tree = *model.tree();
+
+    ASSERT_TRUE(model.volume());
+    const auto& volume = *model.volume();
+    EXPECT_DOUBLE_EQ(model.fullness(),
+                     static_cast<double>(volume.used()) / static_cast<double>(volume.total));
+
+    const auto docs = *tree.node(root / "docs");
+    model.focusOn(static_cast<int>(docs));
+    EXPECT_DOUBLE_EQ(model.fullness(),
+                     static_cast<double>(tree.size(docs)) / static_cast<double>(tree.size(0)));
+    // An empty folder still shows a sliver.
+    root.folder("empty");
+    model.scanAgain();
+    ASSERT_TRUE(settleReady(model));
+    model.focusOn(static_cast<int>(*model.tree()->node(root / "empty")));
+    EXPECT_DOUBLE_EQ(model.fullness(), 0.02);
+
+    // While scanning the gauge never passes 0.98.
+    bool sawProgress = false;
+    QObject::connect(&model, &AppModel::progressChanged, [&] {
+        if (!model.progress()) return;
+        sawProgress = true;
+        EXPECT_LE(model.fullness(), 0.98);
+        EXPECT_GE(model.fullness(), 0.0);
+    });
+    model.scanAgain();
+    EXPECT_EQ(model.fullness(), 0) << "no progress yet";
+    ASSERT_TRUE(settleReady(model));
+    (void)sawProgress; // a scan this small may finish before its first report
+}
+
+TEST(AppModel, FocusIsKeptByPathAcrossRescansAndResetForANewTarget) {
+    TempFolder root;
+    makeFixture(root);
+    TempFolder other;
+    makeFixture(other);
+    AppModel model;
+    model.load(ScanTarget::folder(root.path()), false);
+    ASSERT_TRUE(settleReady(model));
+    model.focusOn(static_cast<int>(*model.tree()->node(root / "big/inner")));
+
+    // New entries renumber the nodes; the focus follows the path.
+    root.folder("aaa");
+    root.file("aaa/x", 10'000);
+    root.file("big/inner/newer", 10'000);
+    model.scanAgain();
+    EXPECT_FALSE(model.tree()) << "the ring empties while the scan runs";
+    ASSERT_TRUE(settleReady(model));
+    EXPECT_EQ(model.tree()->path(model.focus()), root / "big/inner");
+    EXPECT_EQ(model.revision(), 2);
+    EXPECT_EQ(model.breadcrumbs().size(), 3u);
+
+    // The focused folder gone: back to the root.
+    std::filesystem::remove_all(root / "big/inner");
+    model.scanAgain();
+    ASSERT_TRUE(settleReady(model));
+    EXPECT_EQ(model.focus(), 0u);
+
+    model.focusOn(static_cast<int>(*model.tree()->node(root / "docs")));
+    model.chooseFolder(QString::fromStdString(other.path()));
+    ASSERT_TRUE(settleReady(model));
+    EXPECT_EQ(model.target(), ScanTarget::folder(other.path()));
+    EXPECT_EQ(model.focus(), 0u);
+    EXPECT_EQ(model.tree()->rootPath(), other.path());
+}
+
+TEST(AppModel, ASupersededScanNeverInstallsItsTree) {
+    TempFolder first;
+    makeFixture(first);
+    TempFolder second;
+    makeFixture(second);
+    AppModel model;
+    model.chooseFolder(QString::fromStdString(first.path()));
+    model.chooseFolder(QString::fromStdString(second.path()));
+    SignalCount revisions(&model, &AppModel::revisionChanged);
+    ASSERT_TRUE(settleReady(model));
+    model.waitForBackgroundWork();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model.tree()->rootPath(), second.path());
+    EXPECT_EQ(revisions.count(), 1);
+}
+
+TEST(AppModel, NoticesNotifyOnlyOnChange) {
+    AppModel model;
+    SignalCount spy(&model, &AppModel::noticeChanged);
+    const auto notice = ambrel::Notice::make("Hello", false);
+    model.setNotice(notice);
+    model.setNotice(notice);
+    EXPECT_EQ(spy.count(), 1);
+    model.setNotice(ambrel::Notice::make("Hello", false));
+    EXPECT_EQ(spy.count(), 2) << "the same text again is a new notice";
+    EXPECT_EQ(model.noticeText(), "Hello");
+    model.setNotice(std::nullopt);
+    model.setNotice(std::nullopt);
+    EXPECT_EQ(spy.count(), 3);
+}
+
+TEST(AppModelDeathTest, ChangesOffTheMainThreadAreFatal) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            AppModel model;
+            std::thread([&] { model.goUp(); }).join();
+        },
+        "main thread");
+}
+
+TEST(AppModel, TheHomeTargetRecordsTheDaysHistory) {
+    const auto& home = ModelEnvironment::home();
+    std::filesystem::create_directories(home / "Music");
+    writeFile(home / "Music/song", std::string(20'000, 's'));
+    AppModel model;
+    model.load(ScanTarget::home(), false);
+    ASSERT_TRUE(settleReady(model));
+    EXPECT_EQ(model.tree()->rootPath(), home.path());
+    EXPECT_EQ(model.label(Kind::node(0)), "Home");
+    ASSERT_EQ(model.history().size(), 1u);
+    EXPECT_TRUE(model.startupVolume());
+    const auto saved = brantle::TideHistory::standard().load();
+    ASSERT_EQ(saved.size(), 1u);
+    EXPECT_EQ(saved.front().volumeTotal, model.startupVolume()->total);
+
+    // A folder that does not cover the home folder records nothing.
+    TempFolder elsewhere;
+    makeFixture(elsewhere);
+    model.chooseFolder(QString::fromStdString(elsewhere.path()));
+    ASSERT_TRUE(settleReady(model));
+    EXPECT_EQ(brantle::TideHistory::standard().load().size(), 1u);
+}
+
+TEST(ScanTarget, RootPathsTitlesAndSnapshotFiles) {
+    EXPECT_EQ(ScanTarget::folder("/srv/media").title(), "media");
+    EXPECT_EQ(ScanTarget::folder("/srv/media").rootPath(), "/srv/media");
+    EXPECT_EQ(ScanTarget::home().title(), "Home");
+    EXPECT_EQ(ScanTarget::home().rootPath(), ModelEnvironment::home().path());
+    EXPECT_EQ(ScanTarget::startupDisk().rootPath(), "/");
+    EXPECT_FALSE(ScanTarget::startupDisk().title().empty());
+
+    const auto snapshots = brantle::Locations::dataDirectory() + "/Snapshots/";
+    EXPECT_EQ(ambrel::snapshotPath("/"), snapshots + "_root.brs");
+    EXPECT_EQ(ambrel::snapshotPath("/home/ann/My Files"), snapshots + "_home_ann_My Files.brs");
+}
