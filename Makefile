@@ -13,7 +13,7 @@ build: deps
 	cmake --build --preset dev -j $(JOBS)
 
 run: build
-	./build/dev/src/brantle/brantle scan "$(HOME)" || ./build/dev/src/brantle/brantle --help
+	./build/dev/src/Ambrel/ambrel
 
 test: build
 	ctest --preset dev -j $(JOBS)

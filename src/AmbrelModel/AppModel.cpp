@@ -175,6 +175,7 @@ void AppModel::finish(std::shared_ptr<brantle::FileTree> tree, const ScanTarget&
     if (revision_ == std::numeric_limits<int>::max()) brantle::fatal("AppModel revision overflow");
     ++revision_;
     emit revisionChanged();
+    emit volumeChanged(); // the storage bar's split depends on the tree
     relayout();
     // The suggestions engine is not part of this build yet.
     if (shorelinePhase_ != ShorelinePhase::unavailable) {
@@ -324,6 +325,13 @@ int AppModel::folderAtSegment(int index) const {
     return static_cast<int>(kind.id);
 }
 
+QString AppModel::segmentText(int index) const {
+    if (index < 0 || static_cast<std::size_t>(index) >= segments_.size()) return {};
+    const auto& segment = segments_[static_cast<std::size_t>(index)];
+    return label(segment.kind) + QStringLiteral(" \u2014 ") +
+           QString::fromStdString(brantle::formatBytes(size(segment.kind)));
+}
+
 // MARK: setters
 
 void AppModel::setPhase(Phase phase) {
@@ -415,8 +423,10 @@ QVariantList AppModel::itemRows() const {
 QVariantMap AppModel::storage() const {
     if (!volume_ || volume_->total == 0) return {};
     const auto purgeable = volume_->purgeable();
-    const auto scanned = tree_ ? tree_->size(brantle::FileTree::root) : 0;
-    const auto hidden = volume_->hidden(scanned + purgeable);
+    // Only a scan of the whole startup disk can tell what it did not reach.
+    const bool wholeDisk = tree_ && target_.kind == ScanTarget::Kind::startupDisk;
+    const auto hidden =
+        wholeDisk ? volume_->hidden(tree_->size(brantle::FileTree::root) + purgeable) : 0;
     const auto used = volume_->used() - std::min(volume_->used(), hidden + purgeable);
     const auto total = static_cast<double>(volume_->total);
     auto share = [total](std::uint64_t bytes) { return static_cast<double>(bytes) / total; };

@@ -135,6 +135,8 @@ public:
     QVariantMap storage() const;
     /// The node a click on slice `index` of `segments()` focuses, or −1.
     Q_INVOKABLE int folderAtSegment(int index) const;
+    /// "Name — size" of slice `index`, for the pointer's caption.
+    Q_INVOKABLE QString segmentText(int index) const;
 
 signals:
     void sectionChanged();

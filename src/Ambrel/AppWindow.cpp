@@ -1,0 +1,57 @@
+#include "AppWindow.hpp"
+
+#include "AmbrelModel/AppModel.hpp"
+#include "RingItem.hpp"
+
+#include <QGuiApplication>
+#include <QPalette>
+#include <QProcess>
+#include <QQmlApplicationEngine>
+#include <QQmlContext>
+#include <QQuickWindow>
+#include <QStandardPaths>
+
+namespace ambrel {
+
+bool desktopReducesMotion() {
+    const auto gsettings = QStandardPaths::findExecutable(QStringLiteral("gsettings"));
+    if (gsettings.isEmpty()) return false;
+    QProcess process;
+    process.start(gsettings, {QStringLiteral("get"), QStringLiteral("org.gnome.desktop.interface"),
+                              QStringLiteral("enable-animations")});
+    if (!process.waitForFinished(1000)) {
+        process.kill();
+        process.waitForFinished();
+        return false;
+    }
+    return process.readAllStandardOutput().trimmed() == "false";
+}
+
+QQuickWindow* createMainWindow(QQmlApplicationEngine& engine, AppModel& model) {
+    qmlRegisterType<RingItem>("Ambrel", 1, 0, "RingItem");
+    qmlRegisterUncreatableType<AppModel>("Ambrel", 1, 0, "AppModel",
+                                         QStringLiteral("The application has one model"));
+    const bool dark = QGuiApplication::palette().color(QPalette::Window).lightnessF() < 0.5;
+    engine.rootContext()->setContextProperty(QStringLiteral("appModel"), &model);
+    engine.rootContext()->setContextProperty(QStringLiteral("darkAppearance"), dark);
+    engine.load(QUrl(QStringLiteral("qrc:/qml/Main.qml")));
+    if (engine.rootObjects().isEmpty()) return nullptr;
+    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
+    auto* ring = window ? window->findChild<RingItem*>(QStringLiteral("ring")) : nullptr;
+    if (!ring) return nullptr;
+
+    ring->setDark(dark);
+    ring->setReduceMotion(desktopReducesMotion());
+    auto showLayout = [ring, &model] { ring->setSegments(model.segments(), model.parentLookup()); };
+    QObject::connect(&model, &AppModel::layoutIDChanged, ring, showLayout);
+    QObject::connect(&model, &AppModel::fullnessChanged, ring,
+                     [ring, &model] { ring->setLevel(model.fullness()); });
+    QObject::connect(ring, &RingItem::segmentClicked, &model,
+                     [&model](int index) { model.focusOn(model.folderAtSegment(index)); });
+    QObject::connect(ring, &RingItem::centerClicked, &model, &AppModel::goUp);
+    showLayout();
+    ring->setLevel(model.fullness());
+    return window;
+}
+
+} // namespace ambrel

@@ -1,0 +1,18 @@
+#pragma once
+
+class QQmlApplicationEngine;
+class QQuickWindow;
+
+namespace ambrel {
+
+class AppModel;
+
+/// Loads the main window for `model` into `engine` and ties the ring to the model: new
+/// layouts morph in, the fullness eases, clicks focus folders and the centre goes up.
+/// Returns no window when the interface fails to load.
+QQuickWindow* createMainWindow(QQmlApplicationEngine& engine, AppModel& model);
+
+/// Whether the desktop asks for animations off (GNOME's "enable-animations").
+bool desktopReducesMotion();
+
+} // namespace ambrel

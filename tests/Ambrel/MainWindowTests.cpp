@@ -1,0 +1,160 @@
+// The main window as a person sees it: a real window on an X server (Xvfb), a fixture folder
+// scanned, the window grabbed and its pixels read back.
+#include "AmbrelModel/AppModel.hpp"
+#include "AppWindow.hpp"
+#include "BrantleCore/TempFolder.hpp"
+#include "RingItem.hpp"
+#include "RingKit/RingViewport.hpp"
+#include "RingKit/Theme.hpp"
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QMouseEvent>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+#include <QThread>
+
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+// Runs the event loop in short slices until `done` holds (at most about 30 s).
+bool pumpUntil(const std::function<bool()>& done) {
+    for (int round = 0; round < 3000 && !done(); ++round) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(10);
+    }
+    return done();
+}
+
+// Lets a running morph (0.38 s) and the gauge's easing play out.
+void pumpFrames() {
+    for (int round = 0; round < 150; ++round) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(10);
+    }
+}
+
+struct Probe {
+    QPointF scene; // window point
+    QColor expected;
+};
+
+// The window point in the middle of a first-ring slice, and the colour the slice is drawn in.
+Probe probeOf(const ambrel::RingItem& ring, const ringkit::RingSegment& segment) {
+    const ringkit::RingViewport viewport{ring.width(), ring.height()};
+    const double angle = (segment.start + segment.end) / 2;
+    const ringkit::RingGeometry geometry;
+    const double radius = (geometry.inner(segment.depth) + geometry.outer(segment.depth)) / 2;
+    const QPointF local(ring.width() / 2 + std::cos(angle) * radius * viewport.unit(),
+                        ring.height() / 2 - std::sin(angle) * radius * viewport.unit());
+    const auto color = ringkit::Theme::color(segment, ring.dark());
+    return {ring.mapToScene(local), QColor::fromRgbF(color.r, color.g, color.b)};
+}
+
+::testing::AssertionResult near(const QImage& image, QPointF at, QColor expected,
+                                int tolerance = 12) {
+    const QColor got = image.pixelColor(at.toPoint());
+    if (std::abs(got.red() - expected.red()) <= tolerance &&
+        std::abs(got.green() - expected.green()) <= tolerance &&
+        std::abs(got.blue() - expected.blue()) <= tolerance)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << "pixel at " << at.x() << "," << at.y() << " is " << got.name().toStdString()
+           << ", expected " << expected.name().toStdString();
+}
+
+void click(QQuickWindow& window, QPointF at) {
+    QMouseEvent press(QEvent::MouseButtonPress, at, window.mapToGlobal(at), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QGuiApplication::sendEvent(&window, &press);
+    QMouseEvent release(QEvent::MouseButtonRelease, at, window.mapToGlobal(at), Qt::LeftButton,
+                        Qt::NoButton, Qt::NoModifier);
+    QGuiApplication::sendEvent(&window, &release);
+}
+
+} // namespace
+
+TEST(MainWindow, ScanShowsTheRingAndAClickFocusesAFolder) {
+    TempFolder root;
+    root.folder("alpha");
+    root.folder("alpha/one");
+    root.file("alpha/one/a", 3'000'000);
+    root.file("alpha/b", 100'000);
+    root.folder("beta");
+    root.file("beta/b", 1'500'000);
+    root.folder("gamma");
+    root.file("gamma/c", 700'000);
+
+    ambrel::AppModel model;
+    QQmlApplicationEngine engine;
+    QQuickWindow* window = ambrel::createMainWindow(engine, model);
+    ASSERT_TRUE(window);
+    auto* ring = window->findChild<ambrel::RingItem*>("ring");
+    auto* breadcrumbs = window->findChild<QQuickItem*>("breadcrumbs");
+    ASSERT_TRUE(ring && breadcrumbs);
+    ring->setReduceMotion(false);
+    ASSERT_TRUE(pumpUntil([&] { return window->isExposed(); }));
+
+    model.chooseFolder(QString::fromStdString(root.path()));
+    ASSERT_TRUE(pumpUntil([&] { return model.phase() == ambrel::AppModel::Phase::ready; }));
+    pumpFrames();
+    const QImage shown = window->grabWindow();
+    const QString shot = QString::fromStdString(root.path()) + "/../ambrel-main-window.png";
+    shown.save(shot);
+    std::printf("window grabbed to %s\n", qPrintable(shot));
+
+    // The centre disc.
+    const QPointF centre = ring->mapToScene(QPointF(ring->width() / 2, ring->height() / 2));
+    EXPECT_TRUE(near(shown, centre, ring->dark() ? QColor(44, 44, 52) : QColor(255, 255, 255), 4));
+
+    // The first ring: alpha, beta, gamma in their branch hues, at their angles.
+    const auto& tree = *model.tree();
+    std::vector<ringkit::RingSegment> first;
+    for (const auto& segment : ring->segments())
+        if (segment.depth == 1) first.push_back(segment);
+    ASSERT_EQ(first.size(), 3u);
+    const char* names[] = {"alpha", "beta", "gamma"};
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        EXPECT_EQ(tree.name(first[i].kind.id), names[i]);
+        const auto probe = probeOf(*ring, first[i]);
+        EXPECT_TRUE(near(shown, probe.scene, probe.expected)) << names[i];
+    }
+    EXPECT_NE(probeOf(*ring, first[0]).expected, probeOf(*ring, first[1]).expected);
+
+    // A click on alpha focuses it: the breadcrumbs grow and the ring morphs into alpha's.
+    const auto crumbsBefore = breadcrumbs->childItems().size();
+    const auto betaProbe = probeOf(*ring, first[1]);
+    click(*window, probeOf(*ring, first[0]).scene);
+    EXPECT_EQ(tree.name(model.focus()), "alpha");
+    const QImage moving = window->grabWindow();
+    pumpFrames();
+    EXPECT_EQ(breadcrumbs->childItems().size(), crumbsBefore + 1);
+    const QImage settled = window->grabWindow();
+    // Where beta was, the first frame still shows beta fading; the settled ring shows alpha's
+    // own children there.
+    EXPECT_TRUE(near(moving, betaProbe.scene, betaProbe.expected, 24));
+    EXPECT_FALSE(near(settled, betaProbe.scene, betaProbe.expected, 24));
+    for (const auto& segment : ring->segments()) {
+        if (segment.depth != 1 || !segment.kind.isNode() || segment.span() < 0.3) continue;
+        const auto probe = probeOf(*ring, segment);
+        EXPECT_TRUE(near(settled, probe.scene, probe.expected)) << tree.name(segment.kind.id);
+    }
+
+    // A click in the centre goes back up.
+    click(*window, centre);
+    EXPECT_EQ(model.focus(), 0u);
+}
+
+int main(int argc, char** argv) {
+    // A home of its own, so the test leaves no settings or snapshots behind.
+    static TempFolder home;
+    setenv("HOME", home.path().c_str(), 1);
+    setenv("XDG_DATA_HOME", (home / "data").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (home / "config").c_str(), 1);
+    setenv("XDG_CACHE_HOME", (home / "cache").c_str(), 1);
+    QGuiApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
