@@ -1,6 +1,7 @@
 // Eraser on 200,000 small files in 2,000 folders: the time until erase() returns (a rename)
 // and until the background deletion has finished, against `rm -rf` of an identical tree made
-// in the same run. The trees live under $TMPDIR (or /tmp).
+// in the same run. The trees live under $TMPDIR (or /tmp). One round by default: making two
+// trees of 200,000 files dominates the run; with one, rm -rf gets the more recently made tree.
 #include "BrantleCore/DeletionGuard.hpp"
 #include "BrantleCore/Eraser.hpp"
 
@@ -102,4 +103,4 @@ void eraseVersusRmRf(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(eraseVersusRmRf)->UseManualTime()->Iterations(4)->Unit(benchmark::kMillisecond);
+BENCHMARK(eraseVersusRmRf)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);

@@ -48,6 +48,7 @@ std::string_view lastComponent(std::string_view path) {
 }
 
 bool isInside(std::string_view path, std::string_view folder) {
+    if (folder.empty()) return false;
     if (folder == "/") return path.size() > 1 && path.starts_with('/');
     return path.size() > folder.size() + 1 && path.starts_with(folder) &&
            path[folder.size()] == '/';

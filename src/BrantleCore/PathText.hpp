@@ -24,7 +24,7 @@ std::string_view parent(std::string_view path);
 std::string_view lastComponent(std::string_view path);
 
 /// True when path begins with folder followed by the separator (so "/usrdata" is not inside
-/// "/usr"); every path but "/" is inside "/".
+/// "/usr"); every path but "/" is inside "/", and nothing is inside the empty path.
 bool isInside(std::string_view path, std::string_view folder);
 
 /// True when path equals folder or is inside it.

@@ -307,6 +307,7 @@ TEST(PathText, StandardisationIsTextual) {
     EXPECT_FALSE(PathText::isInside("/usrdata", "/usr"));
     EXPECT_FALSE(PathText::isInside("/usr", "/usr"));
     EXPECT_TRUE(PathText::isInside("/a", "/"));
+    EXPECT_FALSE(PathText::isInside("/a", ""));
 }
 
 TEST(GuardCommand, PrintsOneVerdictPerPath) {
