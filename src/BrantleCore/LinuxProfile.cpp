@@ -50,6 +50,7 @@ PlatformProfile PlatformProfile::linux() {
     p.disposableAppData = {"~/.var/app/*/cache", "~/.local/share/Trash"};
     p.applications = {{"", ".AppImage"}};
     p.sharedFolders = {"/usr/local", "/opt", "/srv", "/var"};
+    p.suggestions = SuggestionFolders::linuxConfigured(Locations::homeDirectory());
     return p;
 }
 

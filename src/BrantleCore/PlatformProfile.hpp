@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BrantleCore/SuggestionFolders.hpp"
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -55,6 +57,9 @@ struct PlatformProfile {
     std::vector<AppPattern> applications;
     /// Folders of software and settings shared by every user (caution inside them).
     std::vector<std::string> sharedFolders;
+
+    /// The home-relative folders the cleanup suggestions read.
+    SuggestionFolders suggestions;
 
     /// The profile of macOS, with its lists exactly as that system has them.
     static PlatformProfile macOS();
