@@ -1,0 +1,93 @@
+#include "Shoreline/CreativeProjects.hpp"
+#include "Shoreline/DuplicateFinder.hpp"
+#include "Shoreline/Rules.hpp"
+
+#include "BrantleCore/Fatal.hpp"
+
+#include <algorithm>
+#include <limits>
+
+namespace shoreline {
+
+using brantle::NodeId;
+
+namespace {
+
+bool inside(std::string_view path, const std::string& home, std::string_view relative) {
+    return path.size() > home.size() + 1 + relative.size() && path.starts_with(home) &&
+           path[home.size()] == '/' && path.substr(home.size() + 1).starts_with(relative) &&
+           (relative.ends_with('/') || path[home.size() + 1 + relative.size()] == '/');
+}
+
+/// Smaller ranks are kept first: managed libraries, then deliberate places, then anywhere
+/// else, then Downloads; the most recently modified copy first among equals.
+struct Rank {
+    int score;
+    std::int64_t tieBreak;
+    auto operator<=>(const Rank&) const = default;
+};
+
+Rank rankOf(const ShorelineContext& context, NodeId node, const std::string& path) {
+    const std::int64_t mtime = context.tree.mtime(node);
+    if (mtime == std::numeric_limits<std::int64_t>::min())
+        brantle::fatal("modification time cannot be negated");
+    const auto& folders = context.folders();
+    int score = 1;
+    if (DuplicatesRule::inManagedLibrary(path, context))
+        score = -1;
+    else if (std::ranges::any_of(folders.deliberatePlaces, [&](const std::string& place) {
+                 return inside(path, context.home, place);
+             }))
+        score = 0;
+    else if (!folders.downloads.empty() && inside(path, context.home, folders.downloads))
+        score = 2;
+    return {score, -mtime};
+}
+
+void proposeCopies(const ShorelineContext& context, const std::vector<NodeId>& set,
+                   std::vector<Candidate>& out) {
+    struct Copy {
+        NodeId node;
+        std::string path;
+        Rank rank;
+    };
+    std::vector<Copy> copies;
+    for (const NodeId node : set) {
+        std::string path = context.tree.path(node);
+        const Rank rank = rankOf(context, node, path);
+        copies.push_back({node, std::move(path), rank});
+    }
+    std::ranges::stable_sort(copies, std::less<>{}, &Copy::rank);
+    const std::string& kept = copies.front().path;
+    const std::string display =
+        kept.starts_with(context.home) ? "~" + kept.substr(context.home.size()) : kept;
+    for (std::size_t i = 1; i < copies.size(); ++i) {
+        if (DuplicatesRule::inManagedLibrary(copies[i].path, context) ||
+            CreativeProjects::contains(copies[i].node, context))
+            continue;
+        out.push_back(
+            {copies[i].node, Safety::review, "Identical to " + display + ", which is kept."});
+    }
+}
+
+} // namespace
+
+DuplicatesRule::DuplicatesRule()
+    : Rule("duplicates", "Duplicate files", "doc.on.doc",
+           "Identical copies of the same large file. Ambrel keeps the copy in the most "
+           "deliberate place.") {}
+
+bool DuplicatesRule::inManagedLibrary(std::string_view path, const ShorelineContext& context) {
+    return std::ranges::any_of(context.folders().managedLibraries, [&](const std::string& library) {
+        return inside(path, context.home, library);
+    });
+}
+
+std::vector<Candidate> DuplicatesRule::candidates(const ShorelineContext& context) const {
+    std::vector<Candidate> out;
+    for (const auto& set : DuplicateFinder::identicalSets(context))
+        proposeCopies(context, set, out);
+    return out;
+}
+
+} // namespace shoreline

@@ -1,0 +1,97 @@
+#include "Shoreline/Shoreline.hpp"
+
+#include "Shoreline/Rules.hpp"
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+namespace shoreline {
+
+namespace {
+
+using ClaimedPaths = std::set<std::string, std::less<>>;
+
+/// True when `path` equals a claimed path, lies inside one, or contains one. Every prefix
+/// test includes the "/", so a claimed "b" never swallows a sibling "bc".
+bool overlapsClaimed(const ClaimedPaths& claimed, std::string_view path) {
+    if (claimed.contains(path)) return true;
+    for (auto slash = path.find('/', 1); slash != std::string_view::npos;
+         slash = path.find('/', slash + 1)) {
+        if (claimed.contains(path.substr(0, slash))) return true;
+    }
+    const std::string inside = std::string(path) + "/";
+    const auto next = claimed.lower_bound(inside);
+    return next != claimed.end() && next->starts_with(inside);
+}
+
+std::vector<Finding> acceptedFindings(const ShorelineContext& context,
+                                      const std::vector<Candidate>& candidates,
+                                      ClaimedPaths& claimed) {
+    std::vector<Finding> findings;
+    for (const auto& candidate : candidates) {
+        std::string path = context.tree.path(candidate.node);
+        if (overlapsClaimed(claimed, path)) continue;
+        const auto verdict = context.guardian.check(path);
+        const brantle::GuardedRemoval* removal = verdict.removal();
+        if (!removal) continue;
+        claimed.insert(path);
+        findings.push_back(Finding{.path = std::move(path),
+                                   .name = context.tree.name(candidate.node),
+                                   .bytes = context.tree.size(candidate.node),
+                                   .safety = candidate.safety,
+                                   .reason = candidate.reason,
+                                   .removal = *removal});
+    }
+    std::ranges::stable_sort(findings, std::greater<>{}, &Finding::bytes);
+    return findings;
+}
+
+} // namespace
+
+const std::vector<std::unique_ptr<const Rule>>& Shoreline::rules() {
+    static const auto list = [] {
+        std::vector<std::unique_ptr<const Rule>> made;
+        made.push_back(std::make_unique<AppCachesRule>());
+        made.push_back(std::make_unique<LogsRule>());
+        made.push_back(std::make_unique<XcodeRule>());
+        made.push_back(std::make_unique<PackageCachesRule>());
+        made.push_back(std::make_unique<ProjectDependenciesRule>());
+        made.push_back(std::make_unique<InstallersRule>());
+        made.push_back(std::make_unique<OldDownloadsRule>());
+        made.push_back(std::make_unique<DuplicatesRule>());
+        made.push_back(std::make_unique<LargeOldFilesRule>());
+        made.push_back(std::make_unique<DeviceBackupsRule>());
+        return made;
+    }();
+    return list;
+}
+
+std::vector<ShorelineCategory> Shoreline::analyze(const ShorelineContext& context) {
+    return analyze(context, rules());
+}
+
+std::vector<ShorelineCategory>
+Shoreline::analyze(const ShorelineContext& context,
+                   const std::vector<std::unique_ptr<const Rule>>& ruleList) {
+    ClaimedPaths claimed;
+    std::vector<std::pair<std::uint64_t, ShorelineCategory>> categories;
+    for (const auto& rule : ruleList) {
+        const auto candidates = rule->candidates(context);
+        if (candidates.empty()) continue;
+        auto findings = acceptedFindings(context, candidates, claimed);
+        if (findings.empty()) continue;
+        ShorelineCategory category{rule->id(), rule->title(), rule->symbol(), rule->blurb(),
+                                   std::move(findings)};
+        const auto total = category.total();
+        categories.emplace_back(total, std::move(category));
+    }
+    std::ranges::stable_sort(categories, std::greater<>{},
+                             [](const auto& entry) { return entry.first; });
+    std::vector<ShorelineCategory> out;
+    for (auto& entry : categories)
+        out.push_back(std::move(entry.second));
+    return out;
+}
+
+} // namespace shoreline
