@@ -35,5 +35,6 @@ extern const Command guardCommand;
 extern const Command lzfseCommand;
 extern const Command ringCommand;
 extern const Command scanCommand;
+extern const Command suggestCommand;
 
 } // namespace brantle::cli

@@ -16,6 +16,7 @@ const std::array commands{
     lzfseCommand,
     ringCommand,
     scanCommand,
+    suggestCommand,
 };
 
 int usageError(const Command& command) {
