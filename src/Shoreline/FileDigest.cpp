@@ -16,8 +16,7 @@ namespace {
 /// A read-only descriptor of a regular file, closed on scope exit.
 class OpenFile {
 public:
-    explicit OpenFile(const std::string& path)
-        : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)) {
+    explicit OpenFile(const std::string& path) : fd_(openWithoutTouching(path)) {
         struct stat info {};
         if (fd_ >= 0 && (::fstat(fd_, &info) != 0 || !S_ISREG(info.st_mode))) close();
         length_ = info.st_size;
@@ -31,6 +30,16 @@ public:
     off_t length() const { return length_; }
 
 private:
+    /// Reading for a digest is not the user opening the file: keep the access time, which
+    /// tells the other rules when the user last did, unless the system refuses that.
+    static int openWithoutTouching(const std::string& path) {
+        constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+#ifdef O_NOATIME
+        const int fd = ::open(path.c_str(), flags | O_NOATIME);
+        if (fd >= 0 || errno != EPERM) return fd;
+#endif
+        return ::open(path.c_str(), flags);
+    }
     void close() {
         if (fd_ >= 0) ::close(fd_);
         fd_ = -1;

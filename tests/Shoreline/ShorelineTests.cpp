@@ -1,0 +1,196 @@
+#include "Shoreline/LastUsed.hpp"
+#include "Shoreline/Shoreline.hpp"
+#include "TestHome.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace shoreline;
+using testing::ElementsAre;
+
+namespace {
+
+/// A rule that proposes fixed home-relative paths, to drive the engine directly.
+class FixedRule final : public Rule {
+public:
+    FixedRule(std::string id, std::vector<std::pair<std::string, Safety>> paths)
+        : Rule(id, "Title " + id, "symbol", "Blurb"), paths_(std::move(paths)) {}
+    std::vector<Candidate> candidates(const ShorelineContext& context) const override {
+        std::vector<Candidate> out;
+        for (const auto& [path, safety] : paths_) {
+            if (const auto node = context.node(path))
+                out.push_back({*node, safety, "because " + path});
+        }
+        return out;
+    }
+
+private:
+    std::vector<std::pair<std::string, Safety>> paths_;
+};
+
+using Rules = std::vector<std::unique_ptr<const Rule>>;
+
+/// What a FixedRule proposes.
+struct R {
+    R(std::string ruleId, std::vector<std::pair<std::string, Safety>> rulePaths)
+        : id(std::move(ruleId)), paths(std::move(rulePaths)) {}
+    std::string id;
+    std::vector<std::pair<std::string, Safety>> paths;
+};
+
+template <class... Specs> Rules ruleList(Specs... specs) {
+    Rules list;
+    (list.push_back(std::make_unique<FixedRule>(specs.id, specs.paths)), ...);
+    return list;
+}
+
+std::vector<std::string> ids(const std::vector<ShorelineCategory>& categories) {
+    std::vector<std::string> out;
+    for (const auto& category : categories)
+        out.push_back(category.id);
+    return out;
+}
+
+std::vector<std::string> paths(const TestHome& home, const ShorelineCategory& category) {
+    std::vector<std::string> out;
+    for (const auto& finding : category.findings)
+        out.push_back(home.relative(finding.path));
+    return out;
+}
+
+TEST(Shoreline, FirstRuleKeepsAnAreaAndTheGuardVetoes) {
+    TestHome home;
+    home.file("x/b/inner/a", 2 * MiB);
+    home.file("x/bc/a", 3 * MiB);
+    home.file("x/other/a", MiB);
+    home.file("Downloads/keep/a", MiB);
+    const auto context = home.context();
+    const auto categories = Shoreline::analyze(
+        context, ruleList(R("first", {{"x/b", Safety::safe}}),
+                          R("second", {{"x", Safety::safe},
+                                       {"x/b/inner", Safety::safe},
+                                       {"x/b", Safety::safe},
+                                       {"x/bc", Safety::review},
+                                       {"Downloads", Safety::safe}}),
+                          R("refused", {{"Downloads", Safety::safe}, {"x/b", Safety::safe}}),
+                          R("inside", {{"x/other/a", Safety::caution}})));
+    // "refused" proposed only a standard folder and an area already claimed: no category.
+    ASSERT_THAT(ids(categories), ElementsAre("second", "first", "inside"));
+    EXPECT_THAT(paths(home, categories[0]), ElementsAre("x/bc"));
+    EXPECT_THAT(paths(home, categories[1]), ElementsAre("x/b"));
+    EXPECT_THAT(paths(home, categories[2]), ElementsAre("x/other/a"));
+
+    const Finding& finding = categories[1].findings[0];
+    EXPECT_EQ(finding.path, home / "x/b");
+    EXPECT_EQ(finding.id(), finding.path);
+    EXPECT_EQ(finding.name, "b");
+    EXPECT_EQ(finding.bytes, 2 * MiB);
+    EXPECT_EQ(finding.safety, Safety::safe);
+    EXPECT_EQ(finding.reason, "because x/b");
+    EXPECT_EQ(finding.removal, *context.guardian.check(finding.path).removal());
+    EXPECT_EQ(categories[1].title, "Title first");
+}
+
+TEST(Shoreline, SortsFindingsAndCategoriesStably) {
+    TestHome home;
+    home.file("one/a", MiB);
+    home.file("two/a", 2 * MiB);
+    home.file("three/a", MiB);
+    home.file("four/a", 2 * MiB);
+    home.file("five/a", 4 * MiB);
+    const auto context = home.context();
+    const auto categories = Shoreline::analyze(
+        context,
+        ruleList(
+            R("mixed", {{"one", Safety::safe}, {"two", Safety::review}, {"three", Safety::safe}}),
+            R("reviewed", {{"four", Safety::review}, {"five", Safety::caution}}),
+            R("early", {{"one/a", Safety::safe}}), R("tieA", {{"one/a", Safety::safe}}),
+            R("empty", {})));
+    ASSERT_THAT(ids(categories), ElementsAre("reviewed", "mixed"));
+    EXPECT_THAT(paths(home, categories[0]), ElementsAre("five", "four"));
+    EXPECT_EQ(categories[0].total(), 6 * MiB);
+    EXPECT_EQ(categories[0].safeTotal(), 0u);
+    EXPECT_THAT(paths(home, categories[1]), ElementsAre("two", "one", "three"));
+    EXPECT_EQ(categories[1].total(), 4 * MiB);
+    EXPECT_EQ(categories[1].safeTotal(), 2 * MiB);
+
+    // Equal totals keep the rules' order.
+    TestHome tie;
+    tie.file("p/a", MiB);
+    tie.file("q/a", MiB);
+    const auto tied = Shoreline::analyze(
+        tie.context(), ruleList(R("b", {{"q", Safety::safe}}), R("a", {{"p", Safety::safe}})));
+    EXPECT_THAT(ids(tied), ElementsAre("b", "a"));
+}
+
+TEST(Shoreline, TheTenRulesInOrder) {
+    std::vector<std::string> got;
+    for (const auto& rule : Shoreline::rules())
+        got.push_back(rule->id() + "|" + rule->title() + "|" + rule->symbol());
+    EXPECT_THAT(got, ElementsAre("caches|App caches|shippingbox", "logs|Logs|doc.text",
+                                 "xcode|Xcode|hammer", "packages|Package manager caches|archivebox",
+                                 "deps|Old project dependencies|folder.badge.gearshape",
+                                 "installers|Old installers|shippingbox.and.arrow.backward",
+                                 "downloads|Forgotten downloads|arrow.down.circle",
+                                 "duplicates|Duplicate files|doc.on.doc",
+                                 "large|Large, untouched files|doc.badge.clock",
+                                 "backups|Old device backups|iphone"));
+    EXPECT_EQ(&Shoreline::rules(), &Shoreline::rules());
+}
+
+TEST(Shoreline, WholeHomeOnLinux) {
+    TestHome home;
+    home.file(".cache/app/a", 2 * MiB);
+    home.file(".cache/pip/a", 12 * MiB);
+    home.file(".cache/small/a", 4096);
+    home.file("Downloads/setup.iso", 3 * MiB);
+    home.age("Downloads/setup.iso", 100);
+    home.file("Documents/notes.txt", 4096);
+    const auto categories = Shoreline::analyze(home.context());
+    ASSERT_THAT(ids(categories), ElementsAre("packages", "installers", "caches"));
+    EXPECT_THAT(paths(home, categories[0]), ElementsAre(".cache/pip"));
+    EXPECT_THAT(paths(home, categories[1]), ElementsAre("Downloads/setup.iso"));
+    EXPECT_THAT(paths(home, categories[2]), ElementsAre(".cache/app"));
+    EXPECT_EQ(categories[2].safeTotal(), 2 * MiB);
+}
+
+TEST(LastUsed, AccessTimeOnlyWhenLaterThanModification) {
+    TestHome home;
+    home.file("opened", 4096);
+    home.file("untouched", 4096);
+    const std::int64_t then = secondsNow() - 100 * day;
+    const timespec opened[2] = {{then + 5 * day, 0}, {then, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (home / "opened").c_str(), opened, 0), 0);
+    const timespec untouched[2] = {{then, 0}, {then + day, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (home / "untouched").c_str(), untouched, 0), 0);
+    EXPECT_EQ(LastUsed::spotlight(home / "opened"), then + 5 * day);
+    EXPECT_EQ(LastUsed::spotlight(home / "untouched"), std::nullopt);
+    EXPECT_EQ(LastUsed::spotlight(home / "missing"), std::nullopt);
+}
+
+TEST(ShorelineContext, HelpersAndDefaults) {
+    TestHome home;
+    home.file("Downloads/a", 4096);
+    home.file("Downloads/b", 4096);
+    home.age("Downloads/a", 3);
+    home.scan();
+    const shoreline::ShorelineContext context(
+        home.tree(), home.home() + "/",
+        brantle::DeletionGuard(home.home(), "/nonexistent/app", nullptr, profileOf(System::linux)));
+    EXPECT_EQ(context.home, home.home());
+    EXPECT_EQ(context.duplicateMinBytes, 52'428'800u);
+    EXPECT_EQ(context.largeFileMinBytes, 524'288'000u);
+    EXPECT_TRUE(context.runningBundleIDs.empty());
+    EXPECT_NEAR(static_cast<double>(context.now), static_cast<double>(secondsNow()), 5.0);
+    EXPECT_EQ(context.children("Downloads").size(), 2u);
+    EXPECT_TRUE(context.children("Nowhere").empty());
+    EXPECT_TRUE(context.children("").empty());
+    EXPECT_EQ(context.ageInDays(*context.node("Downloads/a")), 3);
+    EXPECT_EQ(context.ageInDays(*context.node("Downloads/b")), 0);
+    EXPECT_EQ(context.daysSince(context.now + 86'399), 0); // truncated toward zero
+    EXPECT_EQ(context.daysSince(context.now + 2 * 86'400), -2);
+    EXPECT_EQ(safetyFromRaw(2), Safety::caution);
+    EXPECT_EQ(safetyFromRaw(3), std::nullopt);
+}
+
+} // namespace
