@@ -197,6 +197,30 @@ std::string FileTree::path(NodeId id) const {
     return out;
 }
 
+std::string FileTree::rawPath(NodeId id) const {
+    std::string out;
+    rawPath(id, out);
+    return out;
+}
+
+void FileTree::rawPath(NodeId id, std::string& out) const {
+    std::size_t length = rootPath_.size();
+    NodeId n = checked(id);
+    for (; n != root && n != none; n = columns_.parents[n])
+        length += 1 + columns_.nameLengths[n];
+    out.resize(length);
+    // Filled from the end, so no list of ancestors is needed.
+    std::size_t end = length;
+    for (n = id; n != root && n != none; n = columns_.parents[n]) {
+        const std::string_view name = nameBytes(n);
+        end -= name.size();
+        name.copy(out.data() + end, name.size());
+        out[--end] = '/';
+    }
+    rootPath_.copy(out.data(), rootPath_.size());
+    if (rootPath_ == "/" && id != root) out.erase(0, 1); // "/" + "/a" would double the separator
+}
+
 std::vector<NodeId> FileTree::children(NodeId id) const {
     std::vector<NodeId> out;
     for (NodeId child = firstChild(id); child != none; child = columns_.nextSiblings[child])

@@ -95,6 +95,10 @@ public:
     std::string name(NodeId id) const;
     /// The absolute path of the node (rootPath for the root).
     std::string path(NodeId id) const;
+    /// The path with the names as stored, not repaired: the one to open the node with.
+    std::string rawPath(NodeId id) const;
+    /// The same into `out`, reusing its storage.
+    void rawPath(NodeId id, std::string& out) const;
 
     /// Child ids in list order (most recently appended first).
     std::vector<NodeId> children(NodeId id) const;

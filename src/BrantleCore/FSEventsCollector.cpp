@@ -1,0 +1,32 @@
+#include "BrantleCore/FSEventsCollector.hpp"
+
+#include <vector>
+
+namespace brantle {
+
+void FSEventsCollector::receive(std::string_view path, std::uint32_t flags) {
+    {
+        std::lock_guard guard(lock_);
+        if (flags & historyDone) {
+            done_ = true;
+        } else {
+            if (flags & needsFullMask) needsFull_ = true;
+            if (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+            dirs_.emplace(path);
+        }
+    }
+    if (flags & historyDone) doneSignal_.notify_all();
+}
+
+bool FSEventsCollector::waitUntilDone(std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock guard(lock_);
+    return doneSignal_.wait_until(guard, deadline, [this] { return done_; });
+}
+
+ChangeSet FSEventsCollector::answer(bool timedOut) const {
+    std::lock_guard guard(lock_);
+    if (timedOut || needsFull_) return ChangeSet::fullRescan();
+    return ChangeSet::of(std::vector<std::string>(dirs_.begin(), dirs_.end()));
+}
+
+} // namespace brantle
