@@ -34,7 +34,9 @@ std::string_view excludedNameIn(std::string_view folder, std::string_view exclud
     return name.find('/') == std::string_view::npos ? name : std::string_view{};
 }
 
-NodeFlags flagsFor(const DirEntry& entry) {
+} // namespace
+
+NodeFlags DiskScanner::flagsFor(const DirEntry& entry) {
     NodeFlags flags;
     if (entry.isDir) flags |= NodeFlags::directory;
     if (entry.isSymlink) flags |= NodeFlags::symlink;
@@ -43,8 +45,6 @@ NodeFlags flagsFor(const DirEntry& entry) {
     if (entry.isDir && Packages::isPackageName(entry.name)) flags |= NodeFlags::package;
     return flags;
 }
-
-} // namespace
 
 std::size_t DiskScanner::InodeKeyHash::operator()(const InodeKey& key) const {
     std::uint64_t x = key.inode ^ (key.device << 40) ^ (key.device >> 24);
@@ -168,31 +168,40 @@ void DiskScanner::addListing(Job& job, const Folder& folder, const Listing& list
         tree.setFlags(folder.node, tree.flags(folder.node) | NodeFlags::unreadable);
         return;
     }
-    if (!job.allowed) job.allowed = std::set<DeviceNumber>{listing.device};
-    if (!job.allowed->contains(listing.device)) {
+    if (!admitsDevice(job, listing.device)) {
         tree.setFlags(folder.node, tree.flags(folder.node) | NodeFlags::mountPoint);
         return;
     }
-    excludedHere_.clear();
-    for (const std::string& excluded : options_.excludedPaths) {
-        const std::string_view name = excludedNameIn(folder.path, excluded);
-        if (!name.empty()) excludedHere_.push_back(name);
-    }
+    collectExclusions(folder.path);
     for (const DirEntry& entry : listing.entries) {
-        if (entry.name.empty()) continue;
-        if (!excludedHere_.empty() && std::find(excludedHere_.begin(), excludedHere_.end(),
-                                                entry.name) != excludedHere_.end())
-            continue;
+        if (entry.name.empty() || isExcludedHere(entry)) continue;
         addEntry(job, folder, listing.device, entry);
     }
 }
 
-void DiskScanner::addEntry(Job& job, const Folder& folder, DeviceNumber device,
-                           const DirEntry& entry) {
+bool DiskScanner::admitsDevice(Job& job, DeviceNumber device) {
+    if (!job.allowed) job.allowed = std::set<DeviceNumber>{device};
+    return job.allowed->contains(device);
+}
+
+void DiskScanner::collectExclusions(std::string_view folder) {
+    excludedHere_.clear();
+    for (const std::string& excluded : options_.excludedPaths) {
+        const std::string_view name = excludedNameIn(folder, excluded);
+        if (!name.empty()) excludedHere_.push_back(name);
+    }
+}
+
+bool DiskScanner::isExcludedHere(const DirEntry& entry) const {
+    return !excludedHere_.empty() &&
+           std::find(excludedHere_.begin(), excludedHere_.end(), entry.name) != excludedHere_.end();
+}
+
+NodeId DiskScanner::addEntry(Job& job, const Folder& folder, DeviceNumber device,
+                             const DirEntry& entry) {
     NodeFlags flags = flagsFor(entry);
     std::uint64_t size = entry.isDir ? 0 : entry.allocSize;
-    if (!entry.isDir && entry.linkCount >= 2 &&
-        !job.seenLinks.insert(InodeKey{device, entry.inode}).second) {
+    if (!entry.isDir && entry.linkCount >= 2 && !isNewLink(job, device, entry.inode)) {
         size = 0;
         flags |= NodeFlags::hardlinkDuplicate;
     }
@@ -200,15 +209,40 @@ void DiskScanner::addEntry(Job& job, const Folder& folder, DeviceNumber device,
         job.tree.append(folder.node, entry.name, size, entry.mtime, entry.inode, flags);
     ++job.files;
     job.bytes += size;
-    if (!entry.isDir || entry.error != 0) return;
+    if (!entry.isDir || entry.error != 0) return node;
     // A subfolder whose device the listing already gave is judged here, so another volume
     // is never even opened; otherwise its own listing decides.
     if (entry.device != 0 && job.allowed && !job.allowed->contains(entry.device)) {
         job.tree.setFlags(node, flags | NodeFlags::mountPoint);
-        return;
+        return node;
     }
     job.queue.push_back({childPath(folder.path, entry.name), node, entry.device});
     ++job.pending;
+    return node;
+}
+
+bool DiskScanner::isNewLink(Job& job, DeviceNumber device, std::uint64_t inode) {
+    if (job.linkSeed) seedLinks(job);
+    return job.seenLinks.insert(InodeKey{device, inode}).second;
+}
+
+void DiskScanner::seedLinks(Job& job) {
+    const LinkSeed seed = *job.linkSeed;
+    job.linkSeed.reset();
+    const FileTree& tree = job.tree;
+    const auto& parents = tree.columns().parents;
+    const auto& flagBits = tree.columns().flagBits;
+    const auto& inodes = tree.columns().inodes;
+    // Nodes below a removed folder are not flagged dead themselves, only unreachable.
+    std::vector<bool> gone(seed.before);
+    constexpr std::uint16_t notCounted = NodeFlags::directory.rawValue |
+                                         NodeFlags::hardlinkDuplicate.rawValue |
+                                         NodeFlags::dead.rawValue;
+    for (NodeId id = 1; id < seed.before; ++id) {
+        gone[id] = (flagBits[id] & NodeFlags::dead.rawValue) != 0 || gone[parents[id]];
+        if (!gone[id] && (flagBits[id] & notCounted) == 0)
+            job.seenLinks.insert(InodeKey{seed.device, inodes[id]});
+    }
 }
 
 std::optional<ScanProgress> DiskScanner::progressDue(Job& job) const {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -43,6 +44,18 @@ public:
     FileTree scan(std::string_view path, std::int64_t expectedCount = 0,
                   ProgressCallback progress = {});
 
+    /// Brings a loaded tree up to date with folders known to have changed: each listed folder
+    /// found in the tree is read again on the calling thread and its children are reconciled
+    /// by name; folders new to the tree are then scanned in full by the worker pool, and sizes
+    /// are propagated once. A listed folder that is not in the tree is stood in for by its
+    /// nearest ancestor that is (its appearance changed that ancestor too); paths outside the
+    /// root are ignored. Returns how many folders were read again.
+    std::size_t rescan(FileTree& tree, std::vector<std::string> directories);
+
+    /// Live folders of the tree marked unreadable that open now (for instance after access was
+    /// granted), in id order; to be read again with `rescan`.
+    static std::vector<std::string> newlyReadable(const FileTree& tree);
+
     /// Stops the running scan soon; any thread. Has no effect on a scan started later.
     void cancel();
 
@@ -72,6 +85,12 @@ private:
         DeviceNumber device = 0;
         std::span<const DirEntry> entries;
     };
+    /// For a catch-up: the files already in the tree join `seenLinks` the first time a new
+    /// entry with several links is met, so a further name of one of them is not counted again.
+    struct LinkSeed {
+        DeviceNumber device = 0; ///< the tree's root device (one inode space is assumed)
+        NodeId before = 0;       ///< nodes older than this id were in the tree before the job
+    };
     /// The state of one running scan, shared by its workers under `mutex_`.
     struct Job {
         explicit Job(FileTree& target) : tree(target) {}
@@ -80,6 +99,7 @@ private:
         std::int64_t pending = 0;
         std::optional<std::set<DeviceNumber>> allowed;
         std::unordered_set<InodeKey, InodeKeyHash> seenLinks;
+        std::optional<LinkSeed> linkSeed;
         Clock::time_point started;
         std::optional<Clock::time_point> lastProgress;
         ProgressCallback progress;
@@ -98,7 +118,29 @@ private:
     /// Under the lock: flags a failed or foreign folder, or turns every entry into a node and
     /// queues the readable subfolders.
     void addListing(Job& job, const Folder& folder, const Listing& listing);
-    void addEntry(Job& job, const Folder& folder, DeviceNumber device, const DirEntry& entry);
+    /// The flags a scan gives the node of this entry (hard-link duplicates aside).
+    static NodeFlags flagsFor(const DirEntry& entry);
+    /// Appends one entry as a node (flags, hard-link deduplication, counters) and queues it
+    /// when it is a folder to be read.
+    NodeId addEntry(Job& job, const Folder& folder, DeviceNumber device, const DirEntry& entry);
+    /// Gathers the excluded names directly inside `folder` into `excludedHere_`.
+    void collectExclusions(std::string_view folder);
+    bool isExcludedHere(const DirEntry& entry) const;
+    /// Whether a listing of `device` may be entered; the first listing fixes the device when
+    /// none was given.
+    static bool admitsDevice(Job& job, DeviceNumber device);
+    bool isNewLink(Job& job, DeviceNumber device, std::uint64_t inode);
+    static void seedLinks(Job& job);
+
+    /// Reads one listed folder again and reconciles its children with what it holds now;
+    /// folders new to the tree go on the job's stack and into `handled`.
+    void refresh(Job& job, const Folder& folder, DirectoryReader& reader,
+                 std::unordered_set<NodeId>& handled);
+    void reconcile(Job& job, const Folder& folder, const Listing& listing,
+                   std::unordered_set<NodeId>& handled);
+    /// The tree folder that stands for a listed path, or no value when there is none to read.
+    static std::optional<Folder> folderFor(const FileTree& tree, std::string_view path);
+    bool isCancelled() const;
     std::optional<ScanProgress> progressDue(Job& job) const;
 
     ScanOptions options_;

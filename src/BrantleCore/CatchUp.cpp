@@ -1,0 +1,57 @@
+#include "BrantleCore/CatchUp.hpp"
+
+#include "BrantleCore/ChangeHistory.hpp"
+
+#include <algorithm>
+
+namespace brantle {
+
+namespace {
+
+double secondsSince1970() {
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+std::size_t liveFolders(const FileTree& tree) {
+    const auto& bits = tree.columns().flagBits;
+    return static_cast<std::size_t>(std::count_if(bits.begin(), bits.end(), [](std::uint16_t b) {
+        return (b & (NodeFlags::directory.rawValue | NodeFlags::dead.rawValue)) ==
+               NodeFlags::directory.rawValue;
+    }));
+}
+
+/// The root as a tree spells it: one trailing "/" dropped unless the path is "/".
+std::string treeRoot(std::string_view path) {
+    if (path.size() >= 2 && path.back() == '/') path.remove_suffix(1);
+    return std::string(path);
+}
+
+} // namespace
+
+CatchUpResult catchUp(DiskScanner& scanner, std::optional<Snapshot::Contents> loaded,
+                      std::string_view root, std::chrono::duration<double> timeout) {
+    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
+    const std::string rootPath = treeRoot(root);
+    if (loaded && loaded->tree.rootPath() == rootPath) {
+        const ChangeSet changes = ChangeHistory::changedDirectories(
+            rootPath, loaded->meta.fsEventID, timeout, loaded->tree);
+        if (!changes.needsFullRescan()) {
+            std::vector<std::string> folders = DiskScanner::newlyReadable(loaded->tree);
+            folders.insert(folders.end(), changes.directories.begin(), changes.directories.end());
+            const std::size_t reread = scanner.rescan(loaded->tree, std::move(folders));
+            return {std::move(loaded->tree),
+                    {rootPath, secondsSince1970(), eventID},
+                    CatchUpResult::Mode::catchUp,
+                    reread};
+        }
+    }
+    FileTree tree = scanner.scan(rootPath);
+    const std::size_t folders = liveFolders(tree);
+    return {std::move(tree),
+            {rootPath, secondsSince1970(), eventID},
+            CatchUpResult::Mode::rescan,
+            folders};
+}
+
+} // namespace brantle

@@ -1,0 +1,226 @@
+#include "BrantleCore/Snapshot.hpp"
+
+#include "BrantleCore/DiskScanner.hpp"
+#include "Lzfse/Lzfse.hpp"
+
+#include "ChildProcess.hpp"
+#include "TempFolder.hpp"
+#include "TreeDump.hpp"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+using brantle::DiskScanner;
+using brantle::FileTree;
+using brantle::NodeFlags;
+using brantle::NodeId;
+using brantle::ScanOptions;
+using brantle::Snapshot;
+using brantle::SnapshotError;
+using brantle::SnapshotMeta;
+using Kind = brantle::SnapshotError::Kind;
+using Bytes = std::vector<std::uint8_t>;
+
+namespace {
+
+std::vector<std::string> childNames(const FileTree& tree, NodeId folder) {
+    std::vector<std::string> names;
+    for (const NodeId child : tree.children(folder))
+        names.push_back(tree.name(child));
+    return names;
+}
+
+SnapshotError errorOf(const Bytes& bytes) {
+    const auto decoded = Snapshot::decode(bytes);
+    EXPECT_FALSE(decoded.has_value());
+    return decoded ? SnapshotError{} : decoded.error();
+}
+
+/// A snapshot whose body is the given body bytes, compressed.
+Bytes withBody(const Bytes& body) {
+    Bytes file{'B', 'R', 'S', '1', 1, 0};
+    const Bytes compressed = lzfse::encode(body);
+    file.insert(file.end(), compressed.begin(), compressed.end());
+    return file;
+}
+
+Bytes bodyOf(const Bytes& file) {
+    return lzfse::decode(std::span(file).subspan(Snapshot::headerSize)).value();
+}
+
+FileTree syntheticTree(std::size_t folders, std::size_t filesEach) {
+    FileTree tree("/synthetic");
+    for (std::size_t f = 0; f < folders; ++f) {
+        const NodeId folder = tree.append(FileTree::root, "folder-" + std::to_string(f), 0, 1, f,
+                                          NodeFlags::directory);
+        for (std::size_t i = 0; i < filesEach; ++i)
+            tree.append(folder, "file-" + std::to_string(i) + ".dat", 4096 * (i + 1), 2, i, {});
+    }
+    tree.propagateSizes();
+    return tree;
+}
+
+} // namespace
+
+TEST(Snapshot, ScannedTreeRoundTripsThroughAFile) {
+    TempFolder root;
+    root.folder("docs");
+    root.file("docs/a.txt", 5000);
+    root.file("docs/b.txt", 9000);
+    root.file("docs/c.txt", 100);
+    root.folder("docs/old");
+    root.file("docs/old/x", 20000);
+    root.folder("media");
+    root.file("media/movie.bin", 300000);
+    root.file("caf\xe9.txt", 10);
+    root.file("top", 1);
+    ASSERT_EQ(symlink("docs", (root / "link").c_str()), 0);
+    FileTree tree = DiskScanner(ScanOptions{}, 2).scan(root.path());
+    tree.remove(*tree.node(root / "docs/old"));
+    tree.remove(*tree.node(root / "docs/b.txt"));
+    tree.remove(*tree.node(root / "top"));
+
+    const SnapshotMeta meta{root.path(), 1763797219.123456789, 0xFEDC'BA98'7654'3210ULL};
+    const std::string file = root / "store/nested/tree.brs";
+    ASSERT_TRUE(Snapshot::save(tree, meta, file).has_value());
+    const auto loaded = Snapshot::load(file);
+    ASSERT_TRUE(loaded.has_value()) << brantle::describe(loaded.error());
+
+    EXPECT_EQ(loaded->meta, meta);
+    const FileTree& copy = loaded->tree;
+    EXPECT_EQ(copy.rootPath(), root.path());
+    EXPECT_EQ(treeDump(copy), treeDump(tree)) << "same paths, sizes, flags and times";
+    EXPECT_EQ(copy.count(), 8u) << "only live nodes are written";
+    for (NodeId id = 0; id < copy.count(); ++id)
+        EXPECT_FALSE(copy.isDead(id));
+    for (const char* folder : {"", "/docs", "/media"}) {
+        auto names = childNames(tree, *tree.node(root.path() + folder));
+        std::reverse(names.begin(), names.end());
+        EXPECT_EQ(childNames(copy, *copy.node(root.path() + folder)), names) << folder;
+    }
+    EXPECT_EQ(copy.nameBytes(*copy.node(root / "caf\xEF\xBF\xBD.txt")), "caf\xe9.txt");
+
+    // A new save replaces the file; trees with no nodes or only the root survive too.
+    const FileTree bare("/");
+    ASSERT_TRUE(Snapshot::save(bare, {"/", 0, 0}, file).has_value());
+    const auto rootOnly = Snapshot::load(file);
+    ASSERT_TRUE(rootOnly.has_value());
+    EXPECT_EQ(rootOnly->tree.count(), 1u);
+    EXPECT_EQ(rootOnly->tree.rootPath(), "/");
+    const auto empty = Snapshot::decode(Snapshot::encode(FileTree("/e", FileTree::empty), {}));
+    ASSERT_TRUE(empty.has_value());
+    EXPECT_EQ(empty->tree.count(), 0u);
+}
+
+TEST(Snapshot, MalformedBytesGiveTheirError) {
+    const Bytes valid = Snapshot::encode(syntheticTree(3, 4), {"/synthetic", 5, 6});
+    ASSERT_TRUE(Snapshot::decode(valid).has_value());
+
+    EXPECT_EQ(errorOf({'B', 'R', 'S', '1', 1}).kind, Kind::truncated);
+    EXPECT_EQ(errorOf({}).kind, Kind::truncated);
+    EXPECT_EQ(errorOf({'B', 'R', 'S', '2', 1, 0}).kind, Kind::badMagic);
+    EXPECT_EQ(errorOf({'B', 'R', 'S', '1', 2, 0}), (SnapshotError{Kind::unsupportedVersion, 2}));
+    EXPECT_EQ(errorOf({'B', 'R', 'S', '1', 0, 1}), (SnapshotError{Kind::unsupportedVersion, 256}));
+    EXPECT_EQ(errorOf({'B', 'R', 'S', '1', 1, 0, 'n', 'o', 't', ' ', 'l', 'z'}).kind,
+              Kind::decompressionFailed);
+    EXPECT_EQ(errorOf({'B', 'R', 'S', '1', 1, 0}).kind, Kind::decompressionFailed);
+    EXPECT_EQ(errorOf(Bytes(valid.begin(), valid.end() - 3)).kind, Kind::decompressionFailed);
+
+    // A body cut inside the name pool, or anywhere before it.
+    const Bytes body = bodyOf(valid);
+    EXPECT_EQ(errorOf(withBody(Bytes(body.begin(), body.end() - 3))).kind, Kind::truncated);
+    EXPECT_EQ(errorOf(withBody(Bytes(body.begin(), body.begin() + 30))).kind, Kind::truncated);
+    EXPECT_EQ(errorOf(withBody({})).kind, Kind::truncated);
+
+    // Columns that contradict each other would break the tree later: refused now.
+    const std::size_t columns = 4 + std::string("/synthetic").size() + 8 + 8 + 4 + 8;
+    Bytes badParent = body;
+    badParent[columns + 4 * 2] = 0x40; // node 2's parent far beyond the node count
+    EXPECT_EQ(errorOf(withBody(badParent)).kind, Kind::truncated);
+    Bytes loop = body;
+    loop[columns + 4 * 1] = 2; // node 1 below node 2, a later node
+    EXPECT_EQ(errorOf(withBody(loop)).kind, Kind::truncated);
+    Bytes hugeCount = body;
+    hugeCount[columns - 12] = 0xFF; // the node count's low byte: more nodes than bytes
+    EXPECT_EQ(errorOf(withBody(hugeCount)).kind, Kind::truncated);
+
+    for (const Kind kind :
+         {Kind::unsupportedVersion, Kind::badMagic, Kind::truncated, Kind::decompressionFailed})
+        EXPECT_FALSE(brantle::describe(SnapshotError{kind, 2}).empty());
+    EXPECT_EQ(brantle::describe(SnapshotError{Kind::unsupportedVersion, 2}),
+              "unsupported snapshot version 2");
+}
+
+TEST(Snapshot, WriterAndReaderUseLittleEndianAndStopAtTheEnd) {
+    Snapshot::Writer writer(16);
+    writer.scalar(std::uint16_t{0x0102});
+    writer.string("ab");
+    writer.scalar(std::int64_t{-2});
+    EXPECT_EQ(writer.bytes(),
+              (Bytes{2, 1, 2, 0, 0, 0, 'a', 'b', 0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}));
+    Snapshot::Reader reader(writer.bytes());
+    EXPECT_EQ(reader.scalar<std::uint16_t>(), 0x0102);
+    EXPECT_EQ(reader.string(), "ab");
+    std::vector<std::int64_t> values;
+    EXPECT_FALSE(reader.array(values, 2).has_value()) << "one value left, two asked for";
+    ASSERT_TRUE(reader.array(values, 1).has_value());
+    EXPECT_EQ(values, std::vector<std::int64_t>{-2});
+    EXPECT_EQ(reader.remaining(), 0u);
+    EXPECT_FALSE(reader.scalar<std::uint8_t>().has_value());
+    Snapshot::Reader shortString(Bytes{9, 0, 0, 0, 'x'});
+    EXPECT_EQ(shortString.string().error().kind, Kind::truncated);
+}
+
+TEST(Snapshot, LoadPassesOnTheSystemsError) {
+    TempFolder root;
+    const auto missing = Snapshot::load(root / "missing.brs");
+    ASSERT_FALSE(missing.has_value());
+    ASSERT_TRUE(std::holds_alternative<std::error_code>(missing.error()));
+    EXPECT_EQ(std::get<std::error_code>(missing.error()), std::errc::no_such_file_or_directory);
+    EXPECT_FALSE(Snapshot::load(root.path()).has_value()) << "a folder is no snapshot";
+    root.file("blocker");
+    EXPECT_FALSE(Snapshot::save(FileTree("/x"), {"/x", 0, 0}, root / "blocker/s.brs"));
+}
+
+// The child saves a large tree again and again; killed at any moment, the file on disk is
+// still a whole snapshot, the old one or the new one.
+TEST(Snapshot, KilledSaveLeavesAWholeSnapshot) {
+    TempFolder root;
+    const std::string file = root / "snapshots/target.brs";
+    const FileTree small = syntheticTree(2, 2);
+    const SnapshotMeta before{"/synthetic", 1, 1};
+    ASSERT_TRUE(Snapshot::save(small, before, file).has_value());
+    const FileTree large = syntheticTree(300, 1000);
+    const SnapshotMeta after{"/synthetic", 2, 2};
+
+    for (int round = 0; round < 3; ++round) {
+        int started[2];
+        ASSERT_EQ(pipe(started), 0);
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (;;) {
+                const char ready = 'r';
+                if (write(started[1], &ready, 1) != 1) _exit(1);
+                (void)Snapshot::save(large, after, file);
+            }
+        }
+        char ready = 0;
+        ASSERT_EQ(read(started[0], &ready, 1), 1);
+        if (round > 0) usleep(50000 * round);
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        close(started[0]);
+        close(started[1]);
+
+        const auto loaded = Snapshot::load(file);
+        ASSERT_TRUE(loaded.has_value()) << brantle::describe(loaded.error());
+        if (loaded->meta == before) {
+            EXPECT_EQ(loaded->tree.count(), small.count());
+        } else {
+            EXPECT_EQ(loaded->meta, after);
+            EXPECT_EQ(loaded->tree.count(), large.count());
+        }
+    }
+}
