@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -30,11 +31,16 @@ std::string absolutePath(std::string_view path);
 /// Processors online, at least 1: the scanner's worker count by default.
 int activeProcessors();
 
+/// A non-negative decimal count, or no value when the text is anything else.
+std::optional<int> parseCount(std::string_view text);
+
 // The subcommands, each defined in its NameCommand.cpp.
+extern const Command catchUpCommand;
 extern const Command guardCommand;
 extern const Command lzfseCommand;
 extern const Command ringCommand;
 extern const Command scanCommand;
+extern const Command snapshotCommand;
 extern const Command suggestCommand;
 
 } // namespace brantle::cli

@@ -1,16 +1,14 @@
-// brantle scan: scans a folder with the disk scanner and prints its totals.
+// brantle scan: scans a folder with the disk scanner, prints its totals and can save the
+// result as a snapshot.
 #include "Command.hpp"
+#include "TreeReport.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
+#include "BrantleCore/ChangeHistory.hpp"
 #include "BrantleCore/DiskScanner.hpp"
+#include "BrantleCore/Snapshot.hpp"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <charconv>
 #include <cstdio>
-#include <filesystem>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -26,21 +24,8 @@ struct ScanRequest {
     std::string path;
     int workers = 1;
     bool json = false;
+    std::optional<std::string> snapshot; ///< where to save the result
 };
-
-struct FlagCounts {
-    std::int64_t unreadable = 0;
-    std::int64_t mountPoints = 0;
-    std::int64_t hardlinkDuplicates = 0;
-    std::int64_t liveNodes = 0;
-};
-
-std::optional<int> parseCount(std::string_view text) {
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < 0) return std::nullopt;
-    return value;
-}
 
 std::optional<ScanRequest> parseRequest(Arguments args) {
     ScanRequest request;
@@ -54,76 +39,19 @@ std::optional<ScanRequest> parseRequest(Arguments args) {
             const auto workers = parseCount(args[++i]);
             if (!workers) return std::nullopt;
             request.workers = *workers;
+        } else if (args[i] == "--save") {
+            if (i + 1 == args.size()) return std::nullopt;
+            request.snapshot = std::string(args[++i]);
         } else if (args[i].starts_with("--") || path) {
             return std::nullopt;
         } else {
             path = absolutePath(args[i]);
         }
     }
-    if (!path || path->empty()) return std::nullopt;
+    if (!path || path->empty() || (request.snapshot && request.snapshot->empty()))
+        return std::nullopt;
     request.path = *path;
     return request;
-}
-
-FlagCounts countFlags(const FileTree& tree) {
-    FlagCounts counts;
-    for (const std::uint16_t bits : tree.columns().flagBits) {
-        const NodeFlags flags(bits);
-        if (flags.contains(NodeFlags::dead)) continue;
-        ++counts.liveNodes;
-        if (flags.contains(NodeFlags::unreadable)) ++counts.unreadable;
-        if (flags.contains(NodeFlags::mountPoint)) ++counts.mountPoints;
-        if (flags.contains(NodeFlags::hardlinkDuplicate)) ++counts.hardlinkDuplicates;
-    }
-    return counts;
-}
-
-std::vector<NodeId> largestChildren(const FileTree& tree) {
-    auto children = tree.childrenBySize(FileTree::root);
-    if (children.size() > 10) children.resize(10);
-    return children;
-}
-
-void printJson(const FileTree& tree, const ScanProgress& totals) {
-    const FlagCounts counts = countFlags(tree);
-    QJsonArray largest;
-    for (const NodeId child : largestChildren(tree)) {
-        largest.append(QJsonObject{
-            {"path", QString::fromStdString(tree.path(child))},
-            {"bytes", static_cast<qint64>(tree.size(child))},
-        });
-    }
-    const QJsonObject object{
-        {"root", QString::fromStdString(tree.rootPath())},
-        {"nodes", static_cast<qint64>(counts.liveNodes)},
-        {"files", static_cast<qint64>(totals.files)},
-        {"bytes", static_cast<qint64>(tree.size(FileTree::root))},
-        {"seconds", std::chrono::duration<double>(totals.elapsed).count()},
-        {"unreadable", static_cast<qint64>(counts.unreadable)},
-        {"mountPoints", static_cast<qint64>(counts.mountPoints)},
-        {"hardlinkDuplicates", static_cast<qint64>(counts.hardlinkDuplicates)},
-        {"largest", largest},
-    };
-    const QByteArray text = QJsonDocument(object).toJson(QJsonDocument::Indented);
-    std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
-}
-
-void printSummary(const FileTree& tree, const ScanProgress& totals) {
-    const FlagCounts counts = countFlags(tree);
-    std::printf("%s\n", tree.rootPath().c_str());
-    std::printf("  %s in %lld items, scanned in %.2f s\n",
-                formatBytes(tree.size(FileTree::root)).c_str(),
-                static_cast<long long>(totals.files),
-                std::chrono::duration<double>(totals.elapsed).count());
-    std::printf("  unreadable: %lld, mount points not entered: %lld, hard-link duplicates: %lld\n",
-                static_cast<long long>(counts.unreadable),
-                static_cast<long long>(counts.mountPoints),
-                static_cast<long long>(counts.hardlinkDuplicates));
-    const auto largest = largestChildren(tree);
-    if (!largest.empty()) std::printf("Largest:\n");
-    for (const NodeId child : largest)
-        std::printf("  %10s  %s\n", formatBytes(tree.size(child)).c_str(),
-                    tree.path(child).c_str());
 }
 
 /// A one-line progress display, redrawn in place on a terminal.
@@ -131,6 +59,11 @@ void showProgress(const ScanProgress& progress) {
     std::fprintf(stderr, "\rScanning… %lld items, %s\033[K", static_cast<long long>(progress.files),
                  formatBytes(progress.bytes).c_str());
     std::fflush(stderr);
+}
+
+double secondsSince1970() {
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
 /// Large blocks (a worker's list of a very wide folder) go straight back to the system when
@@ -148,18 +81,38 @@ int runScan(Arguments args) {
     returnLargeBlocksToTheSystem();
     DiskScanner scanner(ScanOptions::forVolume(request->path), request->workers);
     const bool live = !request->json && isatty(STDERR_FILENO);
+    // Read before scanning, so that changes made while the scan runs are caught up later.
+    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
     FileTree tree = scanner.scan(request->path, 0,
                                  live ? DiskScanner::ProgressCallback(showProgress) : nullptr);
     if (live) std::fprintf(stderr, "\r\033[K");
-    if (request->json)
-        printJson(tree, scanner.lastTotals());
-    else
-        printSummary(tree, scanner.lastTotals());
+    if (request->snapshot) {
+        const SnapshotMeta meta{tree.rootPath(), secondsSince1970(), eventID};
+        if (const auto saved = Snapshot::save(tree, meta, *request->snapshot); !saved) {
+            std::fprintf(stderr, "brantle: cannot save snapshot %s: %s\n",
+                         request->snapshot->c_str(), saved.error().message().c_str());
+            return exitFailure;
+        }
+    }
+    const ScanProgress totals = scanner.lastTotals();
+    const double seconds = std::chrono::duration<double>(totals.elapsed).count();
+    if (request->json) {
+        QJsonObject object = totalsJson(tree, totals.files);
+        object["seconds"] = seconds;
+        if (request->snapshot) object["snapshot"] = QString::fromStdString(*request->snapshot);
+        printJson(object);
+        return exitOk;
+    }
+    std::printf("%s\n", tree.rootPath().c_str());
+    char tail[64];
+    std::snprintf(tail, sizeof tail, ", scanned in %.2f s", seconds);
+    printTotals(tree, totals.files, tail);
+    if (request->snapshot) std::printf("Snapshot saved to %s\n", request->snapshot->c_str());
     return exitOk;
 }
 
 } // namespace
 
-const Command scanCommand{"scan", "scan PATH [--workers N] [--json]", runScan};
+const Command scanCommand{"scan", "scan PATH [--workers N] [--save FILE] [--json]", runScan};
 
 } // namespace brantle::cli

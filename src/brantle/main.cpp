@@ -2,8 +2,10 @@
 #include "Command.hpp"
 
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string_view>
 #include <unistd.h>
 #include <vector>
@@ -12,10 +14,12 @@ namespace brantle::cli {
 
 // Subcommands register here, one line each.
 const std::array commands{
+    catchUpCommand,
     guardCommand,
     lzfseCommand,
     ringCommand,
     scanCommand,
+    snapshotCommand,
     suggestCommand,
 };
 
@@ -35,6 +39,13 @@ std::string absolutePath(std::string_view path) {
 int activeProcessors() {
     const long count = sysconf(_SC_NPROCESSORS_ONLN);
     return count < 1 ? 1 : static_cast<int>(count);
+}
+
+std::optional<int> parseCount(std::string_view text) {
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value < 0) return std::nullopt;
+    return value;
 }
 
 namespace {
