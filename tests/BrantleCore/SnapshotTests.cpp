@@ -168,7 +168,8 @@ TEST(Snapshot, WriterAndReaderUseLittleEndianAndStopAtTheEnd) {
     EXPECT_EQ(values, std::vector<std::int64_t>{-2});
     EXPECT_EQ(reader.remaining(), 0u);
     EXPECT_FALSE(reader.scalar<std::uint8_t>().has_value());
-    Snapshot::Reader shortString(Bytes{9, 0, 0, 0, 'x'});
+    const Bytes claimsNine{9, 0, 0, 0, 'x'};
+    Snapshot::Reader shortString(claimsNine);
     EXPECT_EQ(shortString.string().error().kind, Kind::truncated);
 }
 
