@@ -43,12 +43,17 @@ void writeColumns(Snapshot::Writer& out, const FileTree::Columns& c) {
 
 std::expected<void, SnapshotError> readColumns(Snapshot::Reader& in, FileTree::Columns& c,
                                                std::uint64_t n, std::uint64_t nameBytes) {
-    std::expected<void, SnapshotError> read;
-    (read = in.array(c.parents, n)) && (read = in.array(c.firstChildren, n)) &&
-        (read = in.array(c.nextSiblings, n)) && (read = in.array(c.sizes, n)) &&
-        (read = in.array(c.mtimes, n)) && (read = in.array(c.inodes, n)) &&
-        (read = in.array(c.flagBits, n)) && (read = in.array(c.nameOffsets, n)) &&
-        (read = in.array(c.nameLengths, n)) && (read = in.array(c.names, nameBytes));
+    // Each column only if every earlier one was whole.
+    auto read = in.array(c.parents, n);
+    if (read) read = in.array(c.firstChildren, n);
+    if (read) read = in.array(c.nextSiblings, n);
+    if (read) read = in.array(c.sizes, n);
+    if (read) read = in.array(c.mtimes, n);
+    if (read) read = in.array(c.inodes, n);
+    if (read) read = in.array(c.flagBits, n);
+    if (read) read = in.array(c.nameOffsets, n);
+    if (read) read = in.array(c.nameLengths, n);
+    if (read) read = in.array(c.names, nameBytes);
     return read;
 }
 
