@@ -13,6 +13,11 @@ int main(int argc, char* argv[]) {
     ambrel::AppModel model;
     QQmlApplicationEngine engine;
     if (!ambrel::createMainWindow(engine, model)) return 1;
+    // Access may have been granted in the system settings while the window was in the back.
+    QObject::connect(&app, &QGuiApplication::applicationStateChanged, &model,
+                     [&model](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationActive) model.refreshFullDiskAccess();
+                     });
     model.start();
     return app.exec();
 }

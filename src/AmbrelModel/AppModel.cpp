@@ -1,11 +1,17 @@
 #include "AmbrelModel/AppModel.hpp"
 
+#include "AmbrelModel/StoredSnapshot.hpp"
 #include "BrantleCore/ByteFormat.hpp"
+#include "BrantleCore/ChangeHistory.hpp"
+#include "BrantleCore/DeletionGuard.hpp"
+#include "BrantleCore/Eraser.hpp"
 #include "BrantleCore/Fatal.hpp"
 #include "BrantleCore/Locations.hpp"
 #include "BrantleCore/ScanOptions.hpp"
 #include "BrantleCore/TideHistory.hpp"
 #include "RingKit/RingLayout.hpp"
+#include "Shoreline/RunningApps.hpp"
+#include "Shoreline/Shoreline.hpp"
 
 #include <QDateTime>
 #include <QDir>
@@ -35,7 +41,10 @@ double now() {
 
 } // namespace
 
-AppModel::AppModel(QObject* parent) : QObject(parent) {}
+AppModel::AppModel(QObject* parent) : QObject(parent) {
+    // A scan, a snapshot save and an analysis may all be under way at once.
+    pool_.setMaxThreadCount(std::max(4, QThread::idealThreadCount()));
+}
 
 AppModel::~AppModel() {
     if (scanner_) scanner_->cancel();
@@ -51,6 +60,15 @@ void AppModel::runInBackground(std::function<void()> work) {
     pool_.start(std::move(work));
 }
 
+void AppModel::whenCurrent(int session, std::function<void()> call) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, session, call = std::move(call)] {
+            if (session == session_) call();
+        },
+        Qt::QueuedConnection);
+}
+
 void AppModel::waitForBackgroundWork() {
     pool_.waitForDone();
 }
@@ -60,6 +78,7 @@ void AppModel::waitForBackgroundWork() {
 void AppModel::start() {
     requireMainThread();
     if (phase_ != Phase::idle) return;
+    brantle::Eraser::standard().resumePending();
     load(target_, false);
 }
 
@@ -68,17 +87,23 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
     const auto rootPath = target.rootPath();
     setVolumeFor(rootPath);
     if (!quiet && phase_ != Phase::updating) setPhase(Phase::updating);
+    if (scanner_) scanner_->cancel();
     scanner_ = makeScanner(rootPath);
     const int session = ++session_;
-    // Snapshots are not read yet: every load without a usable one falls back as below.
-    runInBackground([this, target, quiet, session] {
-        QMetaObject::invokeMethod(
-            this,
-            [this, target, quiet, session] {
-                if (session != session_ || quiet) return;
-                fullScan(target);
-            },
-            Qt::QueuedConnection);
+    runInBackground([this, target, rootPath, quiet, session, scanner = scanner_] {
+        auto caughtUp = StoredSnapshot::catchUp(*scanner, rootPath, catchUpTimeout);
+        if (!caughtUp) {
+            if (!quiet) whenCurrent(session, [this, target] { fullScan(target); });
+            return;
+        }
+        if (scanner->isCancelled()) return;
+        // An untouched tree is not saved again: its stored event id still holds, and the
+        // next catch-up merely looks back a little further.
+        std::shared_ptr<const brantle::FileTree> copy;
+        if (caughtUp->reread > 0)
+            copy = std::make_shared<brantle::FileTree>(caughtUp->tree->compacted());
+        whenCurrent(session, [this, target, tree = caughtUp->tree] { finish(tree, target); });
+        if (copy) StoredSnapshot::save(*copy, caughtUp->eventID);
     });
 }
 
@@ -116,20 +141,18 @@ void AppModel::fullScan(const ScanTarget& target) {
     runInBackground([this, target, rootPath, session, scanner = scanner_,
                      expected = expectedCount_] {
         auto report = [this, session](const brantle::ScanProgress& progress) {
-            QMetaObject::invokeMethod(
-                this,
-                [this, session, progress] {
-                    if (session == session_ && phase_ == Phase::scanning) setProgress(progress);
-                },
-                Qt::QueuedConnection);
+            whenCurrent(session, [this, progress] {
+                if (phase_ == Phase::scanning) setProgress(progress);
+            });
         };
+        const auto eventID = brantle::ChangeHistory::currentEventID();
         auto tree = std::make_shared<brantle::FileTree>(scanner->scan(rootPath, expected, report));
-        QMetaObject::invokeMethod(
-            this,
-            [this, session, tree, target] {
-                if (session == session_) finish(tree, target);
-            },
-            Qt::QueuedConnection);
+        if (scanner->isCancelled()) return;
+        // The ring shows before the save; the save works on its own copy, so later changes to
+        // the shown tree cannot race with it.
+        const auto copy = std::make_shared<const brantle::FileTree>(tree->compacted());
+        whenCurrent(session, [this, tree, target] { finish(tree, target); });
+        StoredSnapshot::save(*copy, eventID);
     });
 }
 
@@ -177,11 +200,63 @@ void AppModel::finish(std::shared_ptr<brantle::FileTree> tree, const ScanTarget&
     emit revisionChanged();
     emit volumeChanged(); // the storage bar's split depends on the tree
     relayout();
-    // The suggestions engine is not part of this build yet.
-    if (shorelinePhase_ != ShorelinePhase::unavailable) {
-        shorelinePhase_ = ShorelinePhase::unavailable;
-        emit shorelinePhaseChanged();
-    }
+    analyzeShoreline();
+}
+
+void AppModel::analyzeShoreline() {
+    requireMainThread();
+    if (!tree_) return;
+    setShorelinePhase(ShorelinePhase::analyzing);
+    runInBackground([this, tree = tree_, revision = revision_] {
+        const auto home = brantle::Locations::homeDirectory();
+        const auto live = brantle::DeletionGuard::live();
+        shoreline::ShorelineContext context(
+            *tree, home, brantle::DeletionGuard(home, live.appBundle(), live.isRunningApp()));
+        context.runningBundleIDs = shoreline::RunningApps::bundleIDs();
+        auto categories = shoreline::Shoreline::analyze(context);
+        QMetaObject::invokeMethod(
+            this,
+            [this, revision, categories = std::move(categories)]() mutable {
+                // A newer tree's own analysis is under way.
+                if (revision == revision_) installShoreline(std::move(categories));
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void AppModel::installShoreline(std::vector<shoreline::ShorelineCategory> categories) {
+    requireMainThread();
+    shoreline_ = std::move(categories);
+    shorelineChecked_.clear();
+    for (const auto& category : shoreline_)
+        for (const auto& finding : category.findings)
+            if (finding.safety == shoreline::Safety::safe)
+                shorelineChecked_.insert(QString::fromStdString(finding.path));
+    emit shorelineChanged();
+    emit shorelineCheckedChanged();
+    setShorelinePhase(ShorelinePhase::ready);
+}
+
+void AppModel::setAccessProbeOpen(brantle::FullDiskAccess::OpenFunction open) {
+    accessProbeOpen_ = std::move(open);
+}
+
+void AppModel::refreshFullDiskAccess() {
+    requireMainThread();
+    const auto probes = brantle::FullDiskAccess::probes(brantle::Locations::homeDirectory());
+    const bool granted = brantle::FullDiskAccess::status(probes, accessProbeOpen_) !=
+                         brantle::FullDiskAccess::Status::denied;
+    if (granted == hasFullDiskAccess_) return;
+    hasFullDiskAccess_ = granted;
+    emit hasFullDiskAccessChanged();
+    if (!granted) return;
+    setNotice(Notice::make(
+        QStringLiteral(
+            "Full Disk Access is on. Rescanning to include the folders that were hidden."),
+        false));
+    if (phase_ != Phase::ready) return;
+    if (scanner_) scanner_->cancel();
+    fullScan(target_);
 }
 
 void AppModel::recordHistory() {
@@ -339,6 +414,13 @@ void AppModel::setPhase(Phase phase) {
     phase_ = phase;
     emit phaseChanged();
     emit fullnessChanged();
+}
+
+void AppModel::setShorelinePhase(ShorelinePhase phase) {
+    requireMainThread();
+    if (phase == shorelinePhase_) return;
+    shorelinePhase_ = phase;
+    emit shorelinePhaseChanged();
 }
 
 void AppModel::setTarget(const ScanTarget& target) {

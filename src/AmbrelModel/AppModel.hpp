@@ -4,11 +4,13 @@
 #include "AmbrelModel/ScanTarget.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FileTree.hpp"
+#include "BrantleCore/FullDiskAccess.hpp"
 #include "BrantleCore/TideSummary.hpp"
 #include "BrantleCore/VolumeInfo.hpp"
 #include "RingKit/RingLayout.hpp"
 #include "RingKit/RingMorph.hpp"
 #include "RingKit/RingSegment.hpp"
+#include "Shoreline/ShorelineCategory.hpp"
 
 #include <QObject>
 #include <QSet>
@@ -16,6 +18,7 @@
 #include <QVariantList>
 #include <QVariantMap>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -57,11 +60,14 @@ public:
     static constexpr int maxDepth = 5;
     /// Rows the item list shows at most; the rest of a huge folder is summed in the ring.
     static constexpr int maxListRows = 1000;
+    /// How long a load waits for the change history before it scans afresh.
+    static constexpr std::chrono::seconds catchUpTimeout{20};
 
     explicit AppModel(QObject* parent = nullptr);
     ~AppModel() override;
 
-    /// Called once at launch: loads the target's snapshot, else scans it.
+    /// Called once at launch: resumes the deletions an earlier run left pending, then loads
+    /// the target's snapshot, else scans it.
     Q_INVOKABLE void start();
     /// Shows `target` from its stored snapshot brought up to date, else (unless `quiet`)
     /// scans it afresh. A quiet load leaves the phase and the tree as they are on failure.
@@ -81,6 +87,13 @@ public:
     Q_INVOKABLE void focusOn(int node);
     /// Centres the ring on the focus's parent; nothing at the root.
     Q_INVOKABLE void goUp();
+    /// Probes Full Disk Access again; when it has just been granted, says so and rescans the
+    /// shown target to take in the folders that were hidden.
+    Q_INVOKABLE void refreshFullDiskAccess();
+    /// Runs the suggestions on the current tree; a result for an older tree is dropped.
+    void analyzeShoreline();
+    /// Replaces the open call of the Full Disk Access probe (the real one by default).
+    void setAccessProbeOpen(brantle::FullDiskAccess::OpenFunction open);
     /// Selects the pane shown.
     void show(Section section);
     /// Saves today's usage summary when the tree covers the home folder, and reloads the
@@ -119,6 +132,10 @@ public:
     const std::vector<ringkit::RingSegment>& segments() const { return segments_; }
     const std::vector<ringkit::RingSegment>& previousSegments() const { return previousSegments_; }
     const std::vector<brantle::TideSummary>& history() const { return history_; }
+    const std::vector<shoreline::ShorelineCategory>& shoreline() const { return shoreline_; }
+    /// Paths ticked in the suggestions; the safe findings start ticked.
+    const QSet<QString>& shorelineChecked() const { return shorelineChecked_; }
+    bool adminScan() const { return adminScan_; }
     std::shared_ptr<const brantle::FileTree> tree() const { return tree_; }
     /// The parent look-up of the current tree, for the ring's morph.
     ringkit::RingMorph::ParentLookup parentLookup() const;
@@ -152,11 +169,17 @@ signals:
     void fullnessChanged();
     void volumeChanged();
     void historyChanged();
+    void shorelineChanged();
+    void shorelineCheckedChanged();
 
 private:
     void fullScan(const ScanTarget& target);
     void requireMainThread() const;
     void setPhase(Phase phase);
+    void setShorelinePhase(ShorelinePhase phase);
+    void installShoreline(std::vector<shoreline::ShorelineCategory> categories);
+    /// Posts `call` to the main thread, where it runs only if session `session` is current.
+    void whenCurrent(int session, std::function<void()> call);
     void setTarget(const ScanTarget& target);
     void setFocus(brantle::NodeId focus);
     void setProgress(std::optional<brantle::ScanProgress> progress);
@@ -185,7 +208,9 @@ private:
     std::vector<ringkit::RingSegment> segments_;
     std::vector<ringkit::RingSegment> previousSegments_;
     std::vector<brantle::TideSummary> history_;
+    std::vector<shoreline::ShorelineCategory> shoreline_;
     QSet<QString> shorelineChecked_;
+    brantle::FullDiskAccess::OpenFunction accessProbeOpen_ = brantle::FullDiskAccess::tryOpen;
 
     std::shared_ptr<brantle::FileTree> tree_;
     /// The focus's path when a full scan dropped the tree, so the rescan can keep it.

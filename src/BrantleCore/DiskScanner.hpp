@@ -58,6 +58,8 @@ public:
 
     /// Stops the running scan soon; any thread. Has no effect on a scan started later.
     void cancel();
+    /// True when the running or last scan or rescan was cancelled: its tree may be partial.
+    bool isCancelled() const;
 
     /// The final figures of the most recent scan (its file counter, bytes and duration).
     ScanProgress lastTotals() const;
@@ -140,7 +142,6 @@ private:
                    std::unordered_set<NodeId>& handled);
     /// The tree folder that stands for a listed path, or no value when there is none to read.
     static std::optional<Folder> folderFor(const FileTree& tree, std::string_view path);
-    bool isCancelled() const;
     std::optional<ScanProgress> progressDue(Job& job) const;
 
     ScanOptions options_;

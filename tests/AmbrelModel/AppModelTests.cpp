@@ -16,8 +16,6 @@ using Kind = ringkit::RingSegment::Kind;
 
 namespace {
 
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new ModelEnvironment);
-
 // big/ holds most bytes, then docs/, then one small file at the top.
 void makeFixture(const TempFolder& root) {
     root.folder("big");
@@ -67,6 +65,8 @@ TEST(AppModel, FirstLoadScansAndStoresTheItemCount) {
               static_cast<std::int64_t>(model.tree()->count()));
     EXPECT_FALSE(model.progress());
     EXPECT_FALSE(model.segments().empty());
+    model.waitForBackgroundWork();
+    EXPECT_TRUE(std::filesystem::exists(ambrel::snapshotPath(root.path())));
 
     // The list is the focus's children, largest first; the root's label is the target's title.
     const auto items = model.listItems();

@@ -29,6 +29,10 @@ public:
     }
 };
 
+/// One registration however many test files include this.
+inline const auto* const modelEnvironment =
+    ::testing::AddGlobalTestEnvironment(new ModelEnvironment);
+
 /// Runs the model's background tasks and their queued calls until `done` holds, or gives up
 /// after many rounds (a hang would show as a failed expectation, not a stuck test).
 inline bool settle(ambrel::AppModel& model, const std::function<bool()>& done) {
