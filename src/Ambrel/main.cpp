@@ -11,6 +11,8 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setOrganizationName(QStringLiteral("Ambrel"));
     QGuiApplication::setApplicationName(QStringLiteral("Ambrel"));
     ambrel::AppModel model;
+    // The snapshot decodes on a background thread while the window is built.
+    model.start();
     QQmlApplicationEngine engine;
     if (!ambrel::createMainWindow(engine, model)) return 1;
     // Access may have been granted in the system settings while the window was in the back.
@@ -18,6 +20,5 @@ int main(int argc, char* argv[]) {
                      [&model](Qt::ApplicationState state) {
                          if (state == Qt::ApplicationActive) model.refreshFullDiskAccess();
                      });
-    model.start();
     return app.exec();
 }

@@ -91,19 +91,32 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
     scanner_ = makeScanner(rootPath);
     const int session = ++session_;
     runInBackground([this, target, rootPath, quiet, session, scanner = scanner_] {
-        auto caughtUp = StoredSnapshot::catchUp(*scanner, rootPath, catchUpTimeout);
+        auto loaded = StoredSnapshot::load(rootPath);
+        std::shared_ptr<brantle::FileTree> shown;
+        if (loaded && !quiet) {
+            // The stored tree shows at once; the catch-up works on the original meanwhile.
+            shown = std::make_shared<brantle::FileTree>(loaded->tree.compacted());
+            whenCurrent(session, [this, target, shown] { preview(shown, target); });
+        }
+        auto caughtUp = loaded
+                            ? StoredSnapshot::catchUp(std::move(*loaded), *scanner, catchUpTimeout)
+                            : std::nullopt;
         if (!caughtUp) {
             if (!quiet) whenCurrent(session, [this, target] { fullScan(target); });
             return;
         }
         if (scanner->isCancelled()) return;
-        // An untouched tree is not saved again: its stored event id still holds, and the
-        // next catch-up merely looks back a little further.
-        std::shared_ptr<const brantle::FileTree> copy;
-        if (caughtUp->reread > 0)
-            copy = std::make_shared<brantle::FileTree>(caughtUp->tree->compacted());
+        if (caughtUp->reread == 0) {
+            // Untouched: the shown tree stays, and the stored event id still holds (the next
+            // catch-up merely looks back a little further), so nothing is saved.
+            whenCurrent(session, [this, target, tree = shown ? shown : caughtUp->tree] {
+                finish(tree, target);
+            });
+            return;
+        }
+        const auto copy = std::make_shared<const brantle::FileTree>(caughtUp->tree->compacted());
         whenCurrent(session, [this, target, tree = caughtUp->tree] { finish(tree, target); });
-        if (copy) StoredSnapshot::save(*copy, caughtUp->eventID);
+        StoredSnapshot::save(*copy, caughtUp->eventID);
     });
 }
 
@@ -181,23 +194,39 @@ brantle::NodeId AppModel::keptFocus(const brantle::FileTree& tree, const ScanTar
     return *node;
 }
 
-void AppModel::finish(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target) {
-    requireMainThread();
-    if (!tree || tree->count() == 0) brantle::fatal("AppModel::finish without a tree");
+void AppModel::installTree(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target) {
+    if (!tree || tree->count() == 0) brantle::fatal("AppModel given no tree");
     const auto focus = keptFocus(*tree, target);
     setTarget(target);
     tree_ = std::move(tree);
     droppedFocus_.reset();
     setFocus(focus);
+}
+
+void AppModel::bumpRevision() {
+    if (revision_ == std::numeric_limits<int>::max()) brantle::fatal("AppModel revision overflow");
+    ++revision_;
+    emit revisionChanged();
+}
+
+void AppModel::preview(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target) {
+    requireMainThread();
+    installTree(std::move(tree), target);
+    bumpRevision();
+    emit volumeChanged(); // the storage bar's split depends on the tree
+    relayout();
+}
+
+void AppModel::finish(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target) {
+    requireMainThread();
+    installTree(std::move(tree), target);
     setProgress(std::nullopt);
     if (phase_ != Phase::ready) setPhase(Phase::ready);
     const auto rootPath = target.rootPath();
     settings().setValue(itemCountKey(rootPath), static_cast<qlonglong>(tree_->count()));
     recordHistory();
     setVolumeFor(rootPath);
-    if (revision_ == std::numeric_limits<int>::max()) brantle::fatal("AppModel revision overflow");
-    ++revision_;
-    emit revisionChanged();
+    bumpRevision();
     emit volumeChanged(); // the storage bar's split depends on the tree
     relayout();
     analyzeShoreline();

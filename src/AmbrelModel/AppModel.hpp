@@ -81,6 +81,9 @@ public:
     Q_INVOKABLE void chooseFolder(const QString& path);
     /// Installs a finished tree for `target`, keeping the focused folder by path.
     void finish(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target);
+    /// Shows a stored tree while it is brought up to date; the phase stays `updating` and
+    /// `finish` follows with the tree caught up.
+    void preview(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target);
     /// Rebuilds the ring's segments for the current tree and focus.
     void relayout();
     /// Centres the ring on `node`; nothing when it is the focus already or there is no tree.
@@ -186,6 +189,9 @@ private:
     void setVolumeFor(const std::string& rootPath);
     std::shared_ptr<brantle::DiskScanner> makeScanner(const std::string& rootPath);
     brantle::NodeId keptFocus(const brantle::FileTree& tree, const ScanTarget& target) const;
+    /// Makes `tree` the shown tree of `target`, keeping the focus by path; no relayout yet.
+    void installTree(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target);
+    void bumpRevision();
     std::vector<ringkit::RingExtra> extras() const;
     /// Runs `work` on the pool; results come back through queued calls tagged with the
     /// session, so that a superseded scan cannot install its tree.

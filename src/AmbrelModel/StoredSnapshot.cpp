@@ -2,7 +2,6 @@
 
 #include "AmbrelModel/ScanTarget.hpp"
 #include "BrantleCore/PathText.hpp"
-#include "BrantleCore/Snapshot.hpp"
 
 namespace ambrel::StoredSnapshot {
 
@@ -15,19 +14,23 @@ double secondsSince1970() {
 
 } // namespace
 
-std::optional<CaughtUp> catchUp(brantle::DiskScanner& scanner, const std::string& rootPath,
-                                std::chrono::duration<double> timeout) {
+std::optional<brantle::Snapshot::Contents> load(const std::string& rootPath) {
     const auto root = brantle::PathText::standardised(rootPath);
     auto loaded = brantle::Snapshot::load(snapshotPath(root));
     if (!loaded || loaded->tree.rootPath() != root) return std::nullopt;
+    return std::move(*loaded);
+}
+
+std::optional<CaughtUp> catchUp(brantle::Snapshot::Contents loaded, brantle::DiskScanner& scanner,
+                                std::chrono::duration<double> timeout) {
     const auto eventID = brantle::ChangeHistory::currentEventID();
-    const auto changes = brantle::ChangeHistory::changedDirectories(root, loaded->meta.fsEventID,
-                                                                    timeout, loaded->tree);
+    const auto changes = brantle::ChangeHistory::changedDirectories(
+        loaded.tree.rootPath(), loaded.meta.fsEventID, timeout, loaded.tree);
     if (changes.needsFullRescan()) return std::nullopt;
 
-    auto folders = brantle::DiskScanner::newlyReadable(loaded->tree);
+    auto folders = brantle::DiskScanner::newlyReadable(loaded.tree);
     folders.insert(folders.end(), changes.directories.begin(), changes.directories.end());
-    CaughtUp result{std::make_shared<brantle::FileTree>(std::move(loaded->tree)), eventID, 0};
+    CaughtUp result{std::make_shared<brantle::FileTree>(std::move(loaded.tree)), eventID, 0};
     if (!folders.empty()) result.reread = scanner.rescan(*result.tree, std::move(folders));
     return result;
 }

@@ -3,6 +3,7 @@
 #include "BrantleCore/ChangeHistory.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FileTree.hpp"
+#include "BrantleCore/Snapshot.hpp"
 
 #include <chrono>
 #include <memory>
@@ -24,10 +25,13 @@ struct CaughtUp {
     std::size_t reread = 0;
 };
 
-/// The stored tree of `rootPath`, with the folders that became readable and the folders the
-/// change history names read again by `scanner`. Nothing when the file is missing or
-/// undecodable, holds another root, or the history cannot answer within `timeout`.
-std::optional<CaughtUp> catchUp(brantle::DiskScanner& scanner, const std::string& rootPath,
+/// The stored tree of `rootPath` and its event id; nothing when the file is missing or
+/// undecodable or holds another root.
+std::optional<brantle::Snapshot::Contents> load(const std::string& rootPath);
+
+/// The loaded tree with the folders that became readable and the folders the change history
+/// names read again by `scanner`; nothing when the history cannot answer within `timeout`.
+std::optional<CaughtUp> catchUp(brantle::Snapshot::Contents loaded, brantle::DiskScanner& scanner,
                                 std::chrono::duration<double> timeout);
 
 /// Stores `tree` as the snapshot of its root, taken at `eventID`; a failure is ignored (the
