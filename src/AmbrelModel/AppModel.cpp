@@ -15,6 +15,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFileInfo>
 #include <QLocale>
 #include <QSettings>
 #include <QThread>
@@ -30,6 +31,8 @@ namespace {
 QSettings settings() {
     return QSettings(QStringLiteral("Ambrel"), QStringLiteral("Ambrel"));
 }
+
+const QString targetKey = QStringLiteral("target");
 
 QString itemCountKey(const std::string& rootPath) {
     return QStringLiteral("itemCount:") + QString::fromStdString(rootPath);
@@ -75,11 +78,11 @@ void AppModel::waitForBackgroundWork() {
 
 // MARK: sessions
 
-void AppModel::start() {
+void AppModel::start(std::optional<ScanTarget> target) {
     requireMainThread();
     if (phase_ != Phase::idle) return;
     brantle::Eraser::standard().resumePending();
-    load(target_, false);
+    load(target.value_or(lastTarget()), false);
 }
 
 void AppModel::load(const ScanTarget& target, bool quiet) {
@@ -456,7 +459,19 @@ void AppModel::setTarget(const ScanTarget& target) {
     requireMainThread();
     if (target == target_) return;
     target_ = target;
+    settings().setValue(
+        targetKey, target.kind == ScanTarget::Kind::folder ? QString::fromStdString(target.path)
+                   : target.kind == ScanTarget::Kind::home ? QStringLiteral("home")
+                                                           : QStringLiteral("startupDisk"));
     emit targetChanged();
+}
+
+ScanTarget AppModel::lastTarget() {
+    const auto stored = settings().value(targetKey).toString();
+    if (stored == QStringLiteral("home")) return ScanTarget::home();
+    if (stored.startsWith(u'/') && QFileInfo(stored).isDir())
+        return ScanTarget::folder(stored.toStdString());
+    return ScanTarget::startupDisk();
 }
 
 void AppModel::setFocus(brantle::NodeId focus) {

@@ -67,8 +67,9 @@ public:
     ~AppModel() override;
 
     /// Called once at launch: resumes the deletions an earlier run left pending, then loads
-    /// the target's snapshot, else scans it.
-    Q_INVOKABLE void start();
+    /// the snapshot of `target` (by default the target shown when the program last ran),
+    /// else scans it.
+    void start(std::optional<ScanTarget> target = std::nullopt);
     /// Shows `target` from its stored snapshot brought up to date, else (unless `quiet`)
     /// scans it afresh. A quiet load leaves the phase and the tree as they are on failure.
     void load(const ScanTarget& target, bool quiet);
@@ -142,6 +143,9 @@ public:
     std::shared_ptr<const brantle::FileTree> tree() const { return tree_; }
     /// The parent look-up of the current tree, for the ring's morph.
     ringkit::RingMorph::ParentLookup parentLookup() const;
+    /// The target shown last time, kept across launches; the startup disk at first launch or
+    /// when the chosen folder is gone.
+    static ScanTarget lastTarget();
     /// The expected node count stored for a root path (0 when never stored).
     static std::int64_t storedItemCount(const std::string& rootPath);
 

@@ -185,3 +185,33 @@ TEST(AppModelSessions, SuggestionsTickSafeFindingsAndDropResultsForOlderTrees) {
     ASSERT_EQ(landed.size(), 1u);
     EXPECT_FALSE(landed.front().contains(QString::fromStdString(cache)));
 }
+
+TEST(AppModelSessions, TheNextLaunchShowsTheLastTarget) {
+    auto folder = std::make_unique<TempFolder>();
+    makeFixture(*folder);
+    const auto path = folder->path();
+    {
+        AppModel model;
+        model.chooseFolder(QString::fromStdString(path));
+        ASSERT_TRUE(settleReady(model));
+    }
+    {
+        AppModel model;
+        model.start();
+        ASSERT_TRUE(settleReady(model));
+        EXPECT_EQ(model.target(), ScanTarget::folder(path));
+        model.showHome();
+        ASSERT_TRUE(settleReady(model));
+    }
+    {
+        AppModel model;
+        model.start();
+        ASSERT_TRUE(settleReady(model));
+        EXPECT_EQ(model.target(), ScanTarget::home());
+        model.chooseFolder(QString::fromStdString(path));
+        ASSERT_TRUE(settleReady(model));
+    }
+    folder.reset();
+    EXPECT_EQ(AppModel::lastTarget(), ScanTarget::startupDisk())
+        << "a folder that is gone is not shown again";
+}
