@@ -92,17 +92,24 @@ std::vector<std::string> userFolders() {
     return folders;
 }
 
-std::set<std::string> runningApplications() {
-    std::set<std::string> apps;
+std::vector<std::filesystem::path> ownProcesses() {
+    std::vector<std::filesystem::path> processes;
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
         const auto pid = entry.path().filename().string();
         struct stat status {};
-        if (pid.find_first_not_of("0123456789") != std::string::npos ||
-            ::stat(entry.path().c_str(), &status) != 0 || status.st_uid != ::geteuid())
-            continue;
+        if (pid.find_first_not_of("0123456789") == std::string::npos &&
+            ::stat(entry.path().c_str(), &status) == 0 && status.st_uid == ::geteuid())
+            processes.push_back(entry.path());
+    }
+    return processes;
+}
+
+std::set<std::string> runningApplications() {
+    std::set<std::string> apps;
+    for (const auto& process : ownProcesses()) {
         for (const auto& app :
-             {linkTarget(entry.path() / "exe"), appImageOf(fileText(entry.path() / "environ"))}) {
+             {linkTarget(process / "exe"), appImageOf(fileText(process / "environ"))}) {
             if (app.starts_with('/')) apps.insert(PathText::standardised(app));
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -19,6 +20,9 @@ std::set<std::string> mountPointsIn(const std::string& mountinfo);
 /// The XDG user folders (desktop, documents, downloads, music, pictures, public, templates,
 /// videos) as configured for this user.
 std::vector<std::string> userFolders();
+
+/// The /proc folders of the processes running as this user.
+std::vector<std::filesystem::path> ownProcesses();
 
 /// The standardised executables of this user's running processes, plus the AppImage files
 /// they were started from.

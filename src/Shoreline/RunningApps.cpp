@@ -4,8 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace shoreline {
 
@@ -31,16 +29,9 @@ std::set<std::string, std::less<>> RunningApps::bundleIDs() {
     std::set<std::string, std::less<>> ids;
     for (const auto& app : brantle::LinuxSystem::runningApplications())
         ids.insert(std::filesystem::path(app).filename().string());
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
-        const auto pid = entry.path().filename().string();
-        struct stat status {};
-        if (pid.find_first_not_of("0123456789") != std::string::npos ||
-            ::stat(entry.path().c_str(), &status) != 0 || status.st_uid != ::geteuid())
-            continue;
-        if (auto id = flatpakID(entry.path() / "root/.flatpak-info"); !id.empty())
+    for (const auto& process : brantle::LinuxSystem::ownProcesses())
+        if (auto id = flatpakID(process / "root/.flatpak-info"); !id.empty())
             ids.insert(std::move(id));
-    }
     ids.erase("");
     return ids;
 }

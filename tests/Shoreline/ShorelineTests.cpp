@@ -1,4 +1,5 @@
 #include "Shoreline/LastUsed.hpp"
+#include "Shoreline/RunningApps.hpp"
 #include "Shoreline/Shoreline.hpp"
 #include "TestHome.hpp"
 
@@ -166,6 +167,11 @@ TEST(LastUsed, AccessTimeOnlyWhenLaterThanModification) {
     EXPECT_EQ(LastUsed::spotlight(home / "opened"), then + 5 * day);
     EXPECT_EQ(LastUsed::spotlight(home / "untouched"), std::nullopt);
     EXPECT_EQ(LastUsed::spotlight(home / "missing"), std::nullopt);
+}
+
+TEST(RunningApps, NamesThisProgramsExecutable) {
+    const auto self = std::filesystem::read_symlink("/proc/self/exe").filename().string();
+    EXPECT_TRUE(RunningApps::bundleIDs().contains(self));
 }
 
 TEST(ShorelineContext, HelpersAndDefaults) {
