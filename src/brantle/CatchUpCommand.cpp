@@ -1,6 +1,7 @@
 // brantle catch-up: brings a snapshot up to date with the changes since it was taken (or
 // rescans when the change history cannot be trusted) and saves it back.
 #include "Command.hpp"
+#include "ScanArguments.hpp"
 #include "TreeReport.hpp"
 
 #include "BrantleCore/CatchUp.hpp"
@@ -16,45 +17,16 @@ namespace {
 /// How long the change history may take before the snapshot is rescanned instead.
 constexpr std::chrono::seconds historyTimeout{20};
 
-struct CatchUpRequest {
-    std::string file;
-    int workers = 1;
-    bool json = false;
-};
-
-std::optional<CatchUpRequest> parseRequest(Arguments args) {
-    CatchUpRequest request;
-    request.workers = activeProcessors();
-    std::optional<std::string> file;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--json") {
-            request.json = true;
-        } else if (args[i] == "--workers") {
-            if (i + 1 == args.size()) return std::nullopt;
-            const auto workers = parseCount(args[++i]);
-            if (!workers) return std::nullopt;
-            request.workers = *workers;
-        } else if (args[i].starts_with("--") || file || args[i].empty()) {
-            return std::nullopt;
-        } else {
-            file = std::string(args[i]);
-        }
-    }
-    if (!file) return std::nullopt;
-    request.file = *file;
-    return request;
-}
-
 const char* modeName(CatchUpResult::Mode mode) {
     return mode == CatchUpResult::Mode::catchUp ? "catch-up" : "rescan";
 }
 
 int runCatchUp(Arguments args) {
-    const auto request = parseRequest(args);
+    const auto request = ScanArguments::parse(args, false);
     if (!request) return usageError(catchUpCommand);
-    auto loaded = Snapshot::load(request->file);
+    auto loaded = Snapshot::load(request->operand);
     if (!loaded) {
-        std::fprintf(stderr, "brantle: %s: %s\n", request->file.c_str(),
+        std::fprintf(stderr, "brantle: %s: %s\n", request->operand.c_str(),
                      describe(loaded.error()).c_str());
         return exitFailure;
     }
@@ -64,8 +36,8 @@ int runCatchUp(Arguments args) {
     CatchUpResult result = catchUp(scanner, std::move(*loaded), root, historyTimeout);
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-    if (const auto saved = Snapshot::save(result.tree, result.meta, request->file); !saved) {
-        std::fprintf(stderr, "brantle: cannot save snapshot %s: %s\n", request->file.c_str(),
+    if (const auto saved = Snapshot::save(result.tree, result.meta, request->operand); !saved) {
+        std::fprintf(stderr, "brantle: cannot save snapshot %s: %s\n", request->operand.c_str(),
                      saved.error().message().c_str());
         return exitFailure;
     }

@@ -1,6 +1,7 @@
 // brantle scan: scans a folder with the disk scanner, prints its totals and can save the
 // result as a snapshot.
 #include "Command.hpp"
+#include "ScanArguments.hpp"
 #include "TreeReport.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
@@ -19,40 +20,6 @@
 namespace brantle::cli {
 
 namespace {
-
-struct ScanRequest {
-    std::string path;
-    int workers = 1;
-    bool json = false;
-    std::optional<std::string> snapshot; ///< where to save the result
-};
-
-std::optional<ScanRequest> parseRequest(Arguments args) {
-    ScanRequest request;
-    request.workers = activeProcessors();
-    std::optional<std::string> path;
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--json") {
-            request.json = true;
-        } else if (args[i] == "--workers") {
-            if (i + 1 == args.size()) return std::nullopt;
-            const auto workers = parseCount(args[++i]);
-            if (!workers) return std::nullopt;
-            request.workers = *workers;
-        } else if (args[i] == "--save") {
-            if (i + 1 == args.size()) return std::nullopt;
-            request.snapshot = std::string(args[++i]);
-        } else if (args[i].starts_with("--") || path) {
-            return std::nullopt;
-        } else {
-            path = absolutePath(args[i]);
-        }
-    }
-    if (!path || path->empty() || (request.snapshot && request.snapshot->empty()))
-        return std::nullopt;
-    request.path = *path;
-    return request;
-}
 
 /// A one-line progress display, redrawn in place on a terminal.
 void showProgress(const ScanProgress& progress) {
@@ -76,21 +43,22 @@ void returnLargeBlocksToTheSystem() {
 }
 
 int runScan(Arguments args) {
-    const auto request = parseRequest(args);
+    auto request = ScanArguments::parse(args, true);
     if (!request) return usageError(scanCommand);
+    request->operand = absolutePath(request->operand);
     returnLargeBlocksToTheSystem();
-    DiskScanner scanner(ScanOptions::forVolume(request->path), request->workers);
+    DiskScanner scanner(ScanOptions::forVolume(request->operand), request->workers);
     const bool live = !request->json && isatty(STDERR_FILENO);
     // Read before scanning, so that changes made while the scan runs are caught up later.
     const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
-    FileTree tree = scanner.scan(request->path, 0,
+    FileTree tree = scanner.scan(request->operand, 0,
                                  live ? DiskScanner::ProgressCallback(showProgress) : nullptr);
     if (live) std::fprintf(stderr, "\r\033[K");
-    if (request->snapshot) {
+    if (request->save) {
         const SnapshotMeta meta{tree.rootPath(), secondsSince1970(), eventID};
-        if (const auto saved = Snapshot::save(tree, meta, *request->snapshot); !saved) {
-            std::fprintf(stderr, "brantle: cannot save snapshot %s: %s\n",
-                         request->snapshot->c_str(), saved.error().message().c_str());
+        if (const auto saved = Snapshot::save(tree, meta, *request->save); !saved) {
+            std::fprintf(stderr, "brantle: cannot save snapshot %s: %s\n", request->save->c_str(),
+                         saved.error().message().c_str());
             return exitFailure;
         }
     }
@@ -99,7 +67,7 @@ int runScan(Arguments args) {
     if (request->json) {
         QJsonObject object = totalsJson(tree, totals.files);
         object["seconds"] = seconds;
-        if (request->snapshot) object["snapshot"] = QString::fromStdString(*request->snapshot);
+        if (request->save) object["snapshot"] = QString::fromStdString(*request->save);
         printJson(object);
         return exitOk;
     }
@@ -107,7 +75,7 @@ int runScan(Arguments args) {
     char tail[64];
     std::snprintf(tail, sizeof tail, ", scanned in %.2f s", seconds);
     printTotals(tree, totals.files, tail);
-    if (request->snapshot) std::printf("Snapshot saved to %s\n", request->snapshot->c_str());
+    if (request->save) std::printf("Snapshot saved to %s\n", request->save->c_str());
     return exitOk;
 }
 

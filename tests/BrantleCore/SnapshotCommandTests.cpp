@@ -89,6 +89,9 @@ TEST(SnapshotCommands, UnusableFilesAndBadArguments) {
     int status = 0;
     commandOutput(brantleCommand("scan " + quoted(store.path()) + " --save 2>/dev/null"), &status);
     EXPECT_EQ(status, 2);
+    commandOutput(brantleCommand("catch-up " + quoted(store / "garbage") + " --save x 2>/dev/null"),
+                  &status);
+    EXPECT_EQ(status, 2) << "only scan saves elsewhere";
     store.file("blocker");
     commandOutput(brantleCommand("scan " + quoted(store.path()) + " --save " +
                                  quoted(store / "blocker/x.brs") + " >/dev/null 2>&1"),
