@@ -7,41 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <sys/stat.h>
 
 using namespace brantle;
 namespace fs = std::filesystem;
 
-namespace {
-
-std::string fileText(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-// A temporary home whose data folder does not exist yet, and the working folder inside the
-// temporary folder, so that a stray "files" folder would show.
-struct TrashHome {
-    TempFolder root;
-    ScopedEnv home{"HOME", root / "home"};
-    ScopedEnv data{"XDG_DATA_HOME", root / "home/.local/share"};
-    fs::path previousWorkingFolder = fs::current_path();
-    std::string trash = root / "home/.local/share/Trash";
-
-    TrashHome() {
-        fs::create_directories(root / "home");
-        fs::current_path(root.path());
-    }
-    ~TrashHome() { fs::current_path(previousWorkingFolder); }
-};
-
-} // namespace
-
 TEST(Recycler, MovesEachItemToTheHomeTrash) {
-    TrashHome home;
+    TempHome home;
     const auto& root = home.root;
     writeFile(root / "work/a.txt", "first");
     writeFile(root / "work/dir/inner.txt");
@@ -81,7 +53,7 @@ TEST(Recycler, MovesEachItemToTheHomeTrash) {
 }
 
 TEST(Recycler, ItemOnAnotherVolumeGoesToThatVolumesTrash) {
-    TrashHome home;
+    TempHome home;
     TmpfsMount volume(home.root / "volume");
     if (!volume.mounted()) GTEST_SKIP() << "no tmpfs: mounting one needs root";
     writeFile(volume.path() + "/x.bin", "on the volume");

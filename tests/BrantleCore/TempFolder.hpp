@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -111,4 +112,30 @@ public:
 private:
     const char* name_;
     std::optional<std::string> old_;
+};
+
+// The whole content of a file, or empty when it cannot be read.
+inline std::string fileText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// A temporary home whose data folder does not exist yet, and the working folder inside the
+// temporary folder, so that a stray folder made relative to it would show.
+struct TempHome {
+    TempFolder root;
+    ScopedEnv home{"HOME", root / "home"};
+    ScopedEnv data{"XDG_DATA_HOME", root / "home/.local/share"};
+    std::filesystem::path previousWorkingFolder = std::filesystem::current_path();
+    std::string trash = root / "home/.local/share/Trash";
+
+    TempHome() {
+        std::filesystem::create_directories(root / "home");
+        std::filesystem::current_path(root.path());
+    }
+    ~TempHome() { std::filesystem::current_path(previousWorkingFolder); }
+    TempHome(const TempHome&) = delete;
+    TempHome& operator=(const TempHome&) = delete;
 };

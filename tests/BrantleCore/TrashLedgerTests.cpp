@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <sstream>
 #include <sys/stat.h>
 
 using namespace brantle;
@@ -17,13 +16,6 @@ using Entry = TrashLedger::Entry;
 using State = TrashLedger::State;
 
 namespace {
-
-std::string fileText(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 ino_t inode(const std::string& path) {
     struct stat status {};
