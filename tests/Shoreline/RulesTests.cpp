@@ -186,8 +186,7 @@ TEST(ProjectDependenciesRule, IdleProjectsOnly) {
     project("Library/app", "node_modules", "", 10 * MiB, 40);
     project(".hidden/app", "node_modules", "", 10 * MiB, 40);
     // A nested dependency folder is part of its parent and never proposed on its own.
-    home.file("code/web/node_modules/pkg/node_modules/x/a", 12 * MiB);
-    home.age("code/web/node_modules/pkg/node_modules/x/a", 100);
+    home.file("code/web/node_modules/pkg/node_modules/x/a", 12 * MiB, 100);
 
     const auto reason = [](const std::string& name, int days, const std::string& command) {
         return name + " untouched for " + std::to_string(days) + " days — " + command +
@@ -205,26 +204,25 @@ TEST(ProjectDependenciesRule, IdleProjectsOnly) {
 }
 
 TEST(InstallersRule, InstallerExtensionsFromFourteenDays) {
+    struct Row {
+        std::string name;
+        int days;
+        bool onLinux, onMac; // proposed there
+    };
+    const std::vector<Row> rows{{"old.dmg", 14, true, true},   {"new.PKG", 13, false, false},
+                                {"app.deb", 20, true, false},  {"tool.AppImage", 15, true, false},
+                                {".dmg", 30, false, false},    {"notes.txt", 100, false, false},
+                                {"Setup.iso", 365, true, true}};
     for (const System system : {System::linux, System::macOS}) {
+        SCOPED_TRACE(system == System::linux ? "linux" : "macOS");
         TestHome home(system);
-        for (const char* name :
-             {"old.dmg", "new.PKG", "app.deb", "tool.AppImage", ".dmg", "notes.txt", "Setup.iso"})
-            home.file(std::string("Downloads/") + name, 4096);
-        home.age("Downloads/old.dmg", 14);
-        home.age("Downloads/new.PKG", 13);
-        home.age("Downloads/app.deb", 20);
-        home.age("Downloads/tool.AppImage", 15);
-        home.age("Downloads/.dmg", 30);
-        home.age("Downloads/notes.txt", 100);
-        home.age("Downloads/Setup.iso", 365);
-        const auto reason = [](const std::string& age) {
-            return "Installer downloaded " + age + " ago — the app is probably installed by now.";
-        };
-        std::vector<P> expected{{"Downloads/old.dmg", Safety::review, reason("14 days")},
-                                {"Downloads/Setup.iso", Safety::review, reason("365 days")}};
-        if (system == System::linux) {
-            expected.push_back({"Downloads/app.deb", Safety::review, reason("20 days")});
-            expected.push_back({"Downloads/tool.AppImage", Safety::review, reason("15 days")});
+        std::vector<P> expected;
+        for (const auto& row : rows) {
+            home.file("Downloads/" + row.name, 4096, row.days);
+            if (system == System::linux ? row.onLinux : row.onMac)
+                expected.push_back({"Downloads/" + row.name, Safety::review,
+                                    "Installer downloaded " + std::to_string(row.days) +
+                                        " days ago — the app is probably installed by now."});
         }
         EXPECT_THAT(home.proposals(InstallersRule(), home.context()),
                     testing::UnorderedElementsAreArray(expected));
@@ -234,20 +232,14 @@ TEST(InstallersRule, InstallerExtensionsFromFourteenDays) {
 TEST(OldDownloadsRule, UntouchedAndUnopenedForNinetyDays) {
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
     TestHome home;
-    home.file("Downloads/movie.mkv", MiB);
-    home.age("Downloads/movie.mkv", 90);
-    home.file("Downloads/recent.mkv", MiB);
-    home.age("Downloads/recent.mkv", 89);
-    home.file("Downloads/small.bin", MiB - 4096);
-    home.age("Downloads/small.bin", 200);
-    home.file("Downloads/opened.pdf", 2 * MiB);
-    home.age("Downloads/opened.pdf", 400);
-    home.file("Downloads/used.zip", 2 * MiB);
-    home.age("Downloads/used.zip", 200);
+    home.file("Downloads/movie.mkv", MiB, 90);
+    home.file("Downloads/recent.mkv", MiB, 89);
+    home.file("Downloads/small.bin", MiB - 4096, 200);
+    home.file("Downloads/opened.pdf", 2 * MiB, 400);
+    home.file("Downloads/used.zip", 2 * MiB, 200);
     home.file("Downloads/album/track", 3 * MiB);
     home.ageAll("Downloads/album", 120);
-    home.file("Downloads/ancient.tar", 2 * MiB);
-    home.age("Downloads/ancient.tar", 1200);
+    home.file("Downloads/ancient.tar", 2 * MiB, 1200);
     auto context = home.context();
     const std::string downloads = home / "Downloads/";
     const std::int64_t now = context.now;
@@ -267,26 +259,16 @@ TEST(OldDownloadsRule, UntouchedAndUnopenedForNinetyDays) {
 
 TEST(LargeOldFilesRule, OwnBigFilesUntouchedForHalfAYear) {
     TestHome home(System::macOS);
-    home.file("Documents/big.iso", 2 * MiB);
-    home.age("Documents/big.iso", 180);
-    home.file("Documents/newer.iso", 2 * MiB);
-    home.age("Documents/newer.iso", 179);
-    home.file("Documents/small.iso", 2 * MiB - 4096);
-    home.age("Documents/small.iso", 400);
-    home.file("Movies/opened.mov", 3 * MiB);
-    home.age("Movies/opened.mov", 730);
-    home.file("Music/Music/Media/song.m4a", 3 * MiB);
-    home.age("Music/Music/Media/song.m4a", 400);
-    home.file("Library/old.bin", 3 * MiB);
-    home.age("Library/old.bin", 400);
-    home.file(".local/old.bin", 3 * MiB);
-    home.age(".local/old.bin", 400);
-    home.file("code/web/node_modules/big.bin", 3 * MiB);
-    home.age("code/web/node_modules/big.bin", 400);
-    home.file("Pictures/Album.photoslibrary/originals/raw", 3 * MiB);
-    home.age("Pictures/Album.photoslibrary/originals/raw", 400);
-    home.file("Documents/deep/er/archive.zip", 4 * MiB);
-    home.age("Documents/deep/er/archive.zip", 365);
+    home.file("Documents/big.iso", 2 * MiB, 180);
+    home.file("Documents/newer.iso", 2 * MiB, 179);
+    home.file("Documents/small.iso", 2 * MiB - 4096, 400);
+    home.file("Movies/opened.mov", 3 * MiB, 730);
+    home.file("Music/Music/Media/song.m4a", 3 * MiB, 400);
+    home.file("Library/old.bin", 3 * MiB, 400);
+    home.file(".local/old.bin", 3 * MiB, 400);
+    home.file("code/web/node_modules/big.bin", 3 * MiB, 400);
+    home.file("Pictures/Album.photoslibrary/originals/raw", 3 * MiB, 400);
+    home.file("Documents/deep/er/archive.zip", 4 * MiB, 365);
     ASSERT_EQ(::symlink((home / "Documents/big.iso").c_str(), (home / "Documents/link").c_str()),
               0);
     auto context = home.context();

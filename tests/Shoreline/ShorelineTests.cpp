@@ -144,8 +144,7 @@ TEST(Shoreline, WholeHomeOnLinux) {
     home.file(".cache/app/a", 2 * MiB);
     home.file(".cache/pip/a", 12 * MiB);
     home.file(".cache/small/a", 4096);
-    home.file("Downloads/setup.iso", 3 * MiB);
-    home.age("Downloads/setup.iso", 100);
+    home.file("Downloads/setup.iso", 3 * MiB, 100);
     home.file("Documents/notes.txt", 4096);
     const auto categories = Shoreline::analyze(home.context());
     ASSERT_THAT(ids(categories), ElementsAre("packages", "installers", "caches"));

@@ -56,22 +56,21 @@ public:
     }
     /// A file of exactly `bytes` allocated bytes (a multiple of 4096), its folders made too.
     void file(std::string_view relative, std::uint64_t bytes = 4096) const {
-        const std::string path = *this / relative;
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        ASSERT_GE(fd, 0) << path;
+        const int fd = create(relative);
         if (bytes > 0) {
-            ASSERT_EQ(::posix_fallocate(fd, 0, static_cast<off_t>(bytes)), 0) << path;
+            EXPECT_EQ(::posix_fallocate(fd, 0, static_cast<off_t>(bytes)), 0) << relative;
         }
         ::close(fd);
     }
+    /// Such a file, last modified and opened `days` days ago.
+    void file(std::string_view relative, std::uint64_t bytes, std::int64_t days) const {
+        file(relative, bytes);
+        age(relative, days);
+    }
     /// A file holding `contents`, its folders made too.
     void file(std::string_view relative, const std::string& contents) const {
-        const std::string path = *this / relative;
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        ASSERT_GE(fd, 0) << path;
-        ASSERT_EQ(::write(fd, contents.data(), contents.size()),
+        const int fd = create(relative);
+        EXPECT_EQ(::write(fd, contents.data(), contents.size()),
                   static_cast<ssize_t>(contents.size()));
         ::close(fd);
     }
@@ -138,6 +137,13 @@ public:
     }
 
 private:
+    int create(std::string_view relative) const {
+        const std::string path = *this / relative;
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (fd < 0) ADD_FAILURE() << "cannot create " << path;
+        return fd;
+    }
     void setTimes(std::string_view relative, std::int64_t accessed, std::int64_t modified) const {
         const timespec times[2] = {{accessed, 0}, {modified, 0}};
         ASSERT_EQ(::utimensat(AT_FDCWD, (*this / relative).c_str(), times, AT_SYMLINK_NOFOLLOW), 0)
