@@ -1,5 +1,5 @@
 #pragma once
-// Runs a shell command and returns what it printed on standard output.
+// Runs shell commands and returns what they printed on standard output.
 
 #include <array>
 #include <cstdio>
@@ -16,4 +16,9 @@ inline std::string commandOutput(const std::string& command, int* status = nullp
     const int result = pclose(pipe);
     if (status) *status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
     return out;
+}
+
+// Runs the built brantle tool with `arguments` (a shell fragment) and returns its standard output.
+inline std::string brantleOutput(const std::string& arguments, int* status = nullptr) {
+    return commandOutput(std::string(AMBREL_BRANTLE) + " " + arguments, status);
 }

@@ -2,11 +2,11 @@
 #include "BrantleCore/LinuxSystem.hpp"
 #include "BrantleCore/PathText.hpp"
 
+#include "CommandOutput.hpp"
 #include "TempFolder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <set>
 #include <unistd.h>
@@ -311,28 +311,20 @@ TEST(PathText, StandardisationIsTextual) {
 }
 
 TEST(GuardCommand, PrintsOneVerdictPerPath) {
-    const std::string command =
-        std::string(AMBREL_BRANTLE) +
-        " guard --profile macos --home /Users/u --app /Applications/Ambrel.app"
+    int status = -1;
+    const std::string output = brantleOutput(
+        "guard --profile macos --home /Users/u --app /Applications/Ambrel.app"
         " --running /Applications/A.app --running /Applications/B.app/"
         " /usr/local /Applications/B.app /Applications/C.app /Users/u/Library/Caches/x"
-        " /Applications/Ambrel.app/Contents relative 2>&1";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
-    std::string output;
-    char buffer[512];
-    while (std::fgets(buffer, sizeof buffer, pipe))
-        output += buffer;
-    EXPECT_EQ(::pclose(pipe), 0);
+        " /Applications/Ambrel.app/Contents relative 2>&1",
+        &status);
+    EXPECT_EQ(status, 0);
     EXPECT_EQ(output, "blocked: Part of macOS\n" + running + "\n" + uninstalls + "\nallowed\n" +
                           itself + "\nblocked: Not an absolute path\n");
 
-    const auto status = [](const std::string& args) {
-        return WEXITSTATUS(std::system(
-            (std::string(AMBREL_BRANTLE) + " guard " + args + " >/dev/null 2>&1").c_str()));
-    };
-    EXPECT_EQ(status("--profile windows /x"), 2);
-    EXPECT_EQ(status("--home"), 2);
-    EXPECT_EQ(status("--home /h"), 2);
-    EXPECT_EQ(status("/x"), 0);
+    for (const auto& [arguments, expected] : std::vector<std::pair<std::string, int>>{
+             {"--profile windows /x", 2}, {"--home", 2}, {"--home /h", 2}, {"/x", 0}}) {
+        brantleOutput("guard " + arguments + " >/dev/null 2>&1", &status);
+        EXPECT_EQ(status, expected) << arguments;
+    }
 }

@@ -1,18 +1,17 @@
 #include "BrantleCore/DiskScanner.hpp"
 
+#include "ChildProcess.hpp"
+#include "CommandOutput.hpp"
 #include "TempFolder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <condition_variable>
-#include <cstdio>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <sstream>
 #include <sys/mount.h>
-#include <sys/wait.h>
 #include <thread>
 
 using brantle::DiskScanner;
@@ -44,18 +43,6 @@ bool sizesPropagated(const FileTree& tree) {
         if (sum != tree.size(id)) return false;
     }
     return true;
-}
-
-std::string runCommand(const std::string& command, int* status = nullptr) {
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return out;
-    std::array<char, 4096> chunk;
-    while (const std::size_t n = fread(chunk.data(), 1, chunk.size(), pipe))
-        out.append(chunk.data(), n);
-    const int result = pclose(pipe);
-    if (status) *status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
-    return out;
 }
 
 std::uint64_t firstNumber(const std::string& text) {
@@ -187,33 +174,20 @@ TEST(DiskScanner, UnreadableFoldersAndEntries) {
     ASSERT_EQ(chmod((root / "locked").c_str(), 0), 0);
     ASSERT_EQ(chmod((root / "listable").c_str(), 0444), 0);
 
-    int channel[2];
-    ASSERT_EQ(pipe(channel), 0);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        close(channel[0]);
-        if (getuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(3);
-        std::string report;
-        for (const std::string& path : {root.path(), root / "locked"}) {
-            DiskScanner scanner(ScanOptions{}, 2);
-            const FileTree tree = scanner.scan(path);
-            for (NodeId id = 0; id < tree.count(); ++id)
-                report += tree.path(id) + " " + std::to_string(tree.flags(id).rawValue) + " " +
-                          std::to_string(tree.children(id).size()) + "\n";
-        }
-        if (write(channel[1], report.data(), report.size()) < 0) _exit(4);
-        _exit(0);
-    }
-    close(channel[1]);
-    std::string report;
-    char chunk[4096];
-    for (ssize_t n; (n = read(channel[0], chunk, sizeof chunk)) > 0;)
-        report.append(chunk, n);
-    close(channel[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    const std::string report = childOutput(
+        [&] {
+            std::string out;
+            for (const std::string& path : {root.path(), root / "locked"}) {
+                DiskScanner scanner(ScanOptions{}, 2);
+                const FileTree tree = scanner.scan(path);
+                for (NodeId id = 0; id < tree.count(); ++id)
+                    out += tree.path(id) + " " + std::to_string(tree.flags(id).rawValue) + " " +
+                           std::to_string(tree.children(id).size()) + "\n";
+            }
+            return out;
+        },
+        true);
+    ASSERT_FALSE(report.empty());
 
     std::map<std::string, std::pair<int, int>> nodes;
     std::istringstream lines(report);
@@ -343,22 +317,22 @@ TEST(DiskScanner, AgreesWithDuOnGeneratedTree) {
     TempFolder work;
     const std::string corpus = work / "corpus";
     int status = -1;
-    runCommand("python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 3000 '" + corpus +
-                   "' >/dev/null 2>&1",
-               &status);
+    commandOutput("python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 3000 '" + corpus +
+                      "' >/dev/null 2>&1",
+                  &status);
     ASSERT_EQ(status, 0) << "make-tree failed";
 
     DiskScanner scanner(ScanOptions::forVolume(corpus), 2);
     const FileTree tree = scanner.scan(corpus);
     const std::uint64_t du =
-        firstNumber(runCommand("du -s -B1 --one-file-system '" + corpus + "'"));
-    const std::string folderBlocks = runCommand(
+        firstNumber(commandOutput("du -s -B1 --one-file-system '" + corpus + "'"));
+    const std::string folderBlocks = commandOutput(
         "find '" + corpus + "' -xdev -type d -printf '%b\\n' | awk '{s+=$1} END {print s}'");
     EXPECT_EQ(tree.size(FileTree::root), du - firstNumber(folderBlocks) * 512);
     EXPECT_EQ(tree.count(), 3001u);
     EXPECT_TRUE(sizesPropagated(tree));
 
-    const std::string json = runCommand(
+    const std::string json = commandOutput(
         std::string(AMBREL_BRANTLE) + " scan --workers 2 --json '" + corpus + "'", &status);
     EXPECT_EQ(status, 0);
     EXPECT_NE(json.find("\"bytes\": " + std::to_string(tree.size(FileTree::root)) + ","),
@@ -371,13 +345,13 @@ TEST(DiskScanner, AgreesWithDuOnGeneratedTree) {
          {"seconds", "unreadable", "mountPoints", "hardlinkDuplicates", "largest"})
         EXPECT_NE(json.find("\"" + std::string(key) + "\""), std::string::npos) << key;
 
-    runCommand(std::string(AMBREL_BRANTLE) + " scan --workers x '" + corpus + "' 2>/dev/null",
-               &status);
+    commandOutput(std::string(AMBREL_BRANTLE) + " scan --workers x '" + corpus + "' 2>/dev/null",
+                  &status);
     EXPECT_EQ(status, 2);
-    runCommand(std::string(AMBREL_BRANTLE) + " scan 2>/dev/null", &status);
+    commandOutput(std::string(AMBREL_BRANTLE) + " scan 2>/dev/null", &status);
     EXPECT_EQ(status, 2);
     const std::string human =
-        runCommand(std::string(AMBREL_BRANTLE) + " scan '" + corpus + "'", &status);
+        commandOutput(std::string(AMBREL_BRANTLE) + " scan '" + corpus + "'", &status);
     EXPECT_EQ(status, 0);
     EXPECT_NE(human.find("3000 items"), std::string::npos) << human;
 }

@@ -1,3 +1,4 @@
+#include "BrantleCore/CommandOutput.hpp"
 #include "BrantleCore/TempFolder.hpp"
 
 #include <gtest/gtest.h>
@@ -6,26 +7,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
 #include <numbers>
 #include <string>
-#include <sys/wait.h>
 
 namespace {
 
-std::string run(const std::string& command, int* status) {
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    char buffer[4096];
-    while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
-        out.append(buffer, n);
-    const int raw = pclose(pipe);
-    *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return out;
-}
-
 std::string ring(const std::string& args, int* status) {
-    return run(std::string(AMBREL_BRANTLE) + " ring " + args + " 2>/dev/null", status);
+    return brantleOutput("ring " + args + " 2>/dev/null", status);
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "BrantleCore/CommandOutput.hpp"
 #include "TestHome.hpp"
 
 #include <gtest/gtest.h>
@@ -6,21 +7,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
-#include <sys/wait.h>
-
 namespace {
 
 /// Runs brantle with the arguments and returns its standard output and exit status.
 std::pair<std::string, int> brantle(const std::string& args) {
-    const std::string command = std::string(AMBREL_BRANTLE) + " " + args + " 2>/dev/null";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    std::string out;
-    char buffer[4096];
-    while (const auto got = std::fread(buffer, 1, sizeof buffer, pipe))
-        out.append(buffer, got);
-    const int status = ::pclose(pipe);
-    return {out, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+    int status = -1;
+    std::string out = brantleOutput(args + " 2>/dev/null", &status);
+    return {std::move(out), status};
 }
 
 TEST(SuggestCommand, CategoriesAsJsonAndText) {
