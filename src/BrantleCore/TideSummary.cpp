@@ -1,13 +1,11 @@
 #include "BrantleCore/TideSummary.hpp"
 
 #include "BrantleCore/FileTree.hpp"
+#include "BrantleCore/JsonBytes.hpp"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
-
-#include <cmath>
-#include <limits>
 
 namespace brantle {
 
@@ -29,25 +27,6 @@ struct FolderWalk {
             visit(child, prefix + tree.name(child), depth + 1);
     }
 };
-
-QJsonValue byteCountValue(std::uint64_t bytes) {
-    if (bytes <= static_cast<std::uint64_t>(std::numeric_limits<qint64>::max()))
-        return QJsonValue(static_cast<qint64>(bytes));
-    return QJsonValue(static_cast<double>(bytes));
-}
-
-std::optional<std::uint64_t> byteCount(const QJsonValue& value) {
-    if (!value.isDouble()) return std::nullopt;
-    constexpr qint64 notInteger = -1;
-    const qint64 integer = value.toInteger(notInteger);
-    if (integer >= 0) return static_cast<std::uint64_t>(integer);
-    // Counts beyond the signed range only survive as whole doubles below 2^64.
-    const double real = value.toDouble();
-    constexpr double twoTo64 = 18446744073709551616.0;
-    if (real >= 9223372036854775808.0 && real < twoTo64 && std::floor(real) == real)
-        return static_cast<std::uint64_t>(real);
-    return std::nullopt;
-}
 
 } // namespace
 
@@ -71,12 +50,12 @@ TideSummary TideSummary::make(const FileTree& tree, const std::vector<std::strin
 QByteArray TideSummary::toJson() const {
     QJsonObject folderObject;
     for (const auto& [path, bytes] : folders)
-        folderObject.insert(QString::fromStdString(path), byteCountValue(bytes));
+        folderObject.insert(QString::fromStdString(path), jsonBytes(bytes));
     QJsonObject object;
     object.insert("date", date);
-    object.insert("volumeTotal", byteCountValue(volumeTotal));
-    object.insert("volumeUsed", byteCountValue(volumeUsed));
-    object.insert("purgeable", byteCountValue(purgeable));
+    object.insert("volumeTotal", jsonBytes(volumeTotal));
+    object.insert("volumeUsed", jsonBytes(volumeUsed));
+    object.insert("purgeable", jsonBytes(purgeable));
     object.insert("folders", folderObject);
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
@@ -86,9 +65,9 @@ std::optional<TideSummary> TideSummary::fromJson(const QByteArray& json) {
     if (!document.isObject()) return std::nullopt;
     const QJsonObject object = document.object();
     const QJsonValue date = object.value("date");
-    const auto total = byteCount(object.value("volumeTotal"));
-    const auto used = byteCount(object.value("volumeUsed"));
-    const auto purgeable = byteCount(object.value("purgeable"));
+    const auto total = bytesFromJson(object.value("volumeTotal"));
+    const auto used = bytesFromJson(object.value("volumeUsed"));
+    const auto purgeable = bytesFromJson(object.value("purgeable"));
     const QJsonValue folders = object.value("folders");
     if (!date.isDouble() || !std::isfinite(date.toDouble()) || !total || !used || !purgeable ||
         !folders.isObject())
@@ -97,7 +76,7 @@ std::optional<TideSummary> TideSummary::fromJson(const QByteArray& json) {
     TideSummary summary{date.toDouble(), *total, *used, *purgeable, {}};
     const QJsonObject folderObject = folders.toObject();
     for (auto it = folderObject.begin(); it != folderObject.end(); ++it) {
-        const auto bytes = byteCount(it.value());
+        const auto bytes = bytesFromJson(it.value());
         if (!bytes) return std::nullopt;
         summary.folders[it.key().toStdString()] = *bytes;
     }

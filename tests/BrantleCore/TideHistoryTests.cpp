@@ -6,6 +6,7 @@
 
 #include <ctime>
 #include <filesystem>
+#include <limits>
 #include <set>
 #include <string>
 
@@ -118,7 +119,11 @@ TEST(TideSummary, JsonLayoutAndDecoding) {
               R"("volumeTotal":100,"volumeUsed":50})");
     EXPECT_EQ(TideSummary::fromJson(summary.toJson()), summary);
 
-    const TideSummary extreme{-12.25, 9'223'372'036'854'775'808u, 9'007'199'254'740'993u, 1, {}};
+    const TideSummary extreme{-12.25,
+                              9'223'372'036'854'775'808u,
+                              9'007'199'254'740'993u,
+                              1,
+                              {{"/max", std::numeric_limits<std::uint64_t>::max()}}};
     EXPECT_EQ(TideSummary::fromJson(extreme.toJson()), extreme);
 
     // As another encoder writes it: escaped slashes, spacing, extra keys, key order.
