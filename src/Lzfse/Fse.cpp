@@ -12,6 +12,22 @@ int floorLog2(std::uint32_t v) {
     return std::bit_width(v) - 1;
 }
 
+/// Calls fill(state, symbol, nbits, delta) for every decoder state: each symbol owns as many
+/// consecutive states as its frequency, and each state reads nbits more bits.
+template <typename Fill>
+void forEachState(std::span<const std::uint16_t> frequencies, int states, Fill fill) {
+    const int log2States = floorLog2(static_cast<std::uint32_t>(states));
+    std::size_t state = 0;
+    for (std::size_t symbol = 0; symbol < frequencies.size(); ++symbol) {
+        const int f = frequencies[symbol];
+        for (int j = 0; j < f; ++j) {
+            const int v = f + j;
+            const int nbits = log2States - floorLog2(static_cast<std::uint32_t>(v));
+            fill(state++, symbol, nbits, static_cast<std::uint16_t>((v << nbits) - states));
+        }
+    }
+}
+
 } // namespace
 
 bool sumsTo(std::span<const std::uint16_t> frequencies, int states) {
@@ -22,36 +38,21 @@ bool sumsTo(std::span<const std::uint16_t> frequencies, int states) {
 }
 
 void buildLiteralTable(std::span<const std::uint16_t> frequencies, std::span<LiteralEntry> table) {
-    const int states = static_cast<int>(table.size());
-    const int log2States = floorLog2(static_cast<std::uint32_t>(states));
-    std::size_t next = 0;
-    for (std::size_t symbol = 0; symbol < frequencies.size(); ++symbol) {
-        const int f = frequencies[symbol];
-        for (int j = 0; j < f; ++j) {
-            const int v = f + j;
-            const int nbits = log2States - floorLog2(static_cast<std::uint32_t>(v));
-            table[next++] = {static_cast<std::uint8_t>(nbits), static_cast<std::uint8_t>(symbol),
-                             static_cast<std::uint16_t>((v << nbits) - states)};
-        }
-    }
+    forEachState(frequencies, static_cast<int>(table.size()),
+                 [&](std::size_t state, std::size_t symbol, int nbits, std::uint16_t delta) {
+                     table[state] = {static_cast<std::uint8_t>(nbits),
+                                     static_cast<std::uint8_t>(symbol), delta};
+                 });
 }
 
 void buildValueTable(std::span<const std::uint16_t> frequencies,
                      std::span<const std::uint8_t> extraBits,
                      std::span<const std::uint32_t> valueBases, std::span<ValueEntry> table) {
-    const int states = static_cast<int>(table.size());
-    const int log2States = floorLog2(static_cast<std::uint32_t>(states));
-    std::size_t next = 0;
-    for (std::size_t symbol = 0; symbol < frequencies.size(); ++symbol) {
-        const int f = frequencies[symbol];
-        for (int j = 0; j < f; ++j) {
-            const int v = f + j;
-            const int nbits = log2States - floorLog2(static_cast<std::uint32_t>(v));
-            table[next++] = {static_cast<std::uint8_t>(nbits + extraBits[symbol]),
-                             extraBits[symbol], static_cast<std::uint16_t>((v << nbits) - states),
-                             valueBases[symbol]};
-        }
-    }
+    forEachState(frequencies, static_cast<int>(table.size()),
+                 [&](std::size_t state, std::size_t symbol, int nbits, std::uint16_t delta) {
+                     table[state] = {static_cast<std::uint8_t>(nbits + extraBits[symbol]),
+                                     extraBits[symbol], delta, valueBases[symbol]};
+                 });
 }
 
 void buildEncoderTable(std::span<const std::uint16_t> frequencies, int states,
