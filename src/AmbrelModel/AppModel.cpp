@@ -425,20 +425,6 @@ ringkit::RingMorph::ParentLookup AppModel::parentLookup() const {
     };
 }
 
-int AppModel::folderAtSegment(int index) const {
-    if (!tree_ || index < 0 || static_cast<std::size_t>(index) >= segments_.size()) return -1;
-    const auto& kind = segments_[static_cast<std::size_t>(index)].kind;
-    if (!kind.isNode() || !tree_->flags(kind.id).contains(brantle::NodeFlags::directory)) return -1;
-    return static_cast<int>(kind.id);
-}
-
-QString AppModel::segmentText(int index) const {
-    if (index < 0 || static_cast<std::size_t>(index) >= segments_.size()) return {};
-    const auto& segment = segments_[static_cast<std::size_t>(index)];
-    return label(segment.kind) + QStringLiteral(" \u2014 ") +
-           QString::fromStdString(brantle::formatBytes(size(segment.kind)));
-}
-
 // MARK: setters
 
 void AppModel::setPhase(Phase phase) {
@@ -502,72 +488,6 @@ void AppModel::setNotice(std::optional<Notice> notice) {
     if (notice == notice_) return;
     notice_ = std::move(notice);
     emit noticeChanged();
-}
-
-// MARK: views
-
-QVariantMap AppModel::progressMap() const {
-    if (!progress_) return {};
-    QVariantMap map;
-    map[QStringLiteral("files")] = static_cast<qlonglong>(progress_->files);
-    map[QStringLiteral("filesText")] = QLocale().toString(static_cast<qlonglong>(progress_->files));
-    map[QStringLiteral("bytesText")] =
-        QString::fromStdString(brantle::formatBytes(progress_->bytes));
-    map[QStringLiteral("fraction")] = expectedCount_ > 0
-                                          ? std::min(1.0, static_cast<double>(progress_->files) /
-                                                              static_cast<double>(expectedCount_))
-                                          : -1.0;
-    return map;
-}
-
-QVariantList AppModel::breadcrumbItems() const {
-    QVariantList out;
-    for (const auto node : breadcrumbs())
-        out.append(QVariantMap{{QStringLiteral("node"), static_cast<int>(node)},
-                               {QStringLiteral("name"), label(Kind::node(node))}});
-    return out;
-}
-
-QVariantList AppModel::itemRows() const {
-    QVariantList out;
-    if (!tree_) return out;
-    const auto total = static_cast<double>(tree_->size(focus_));
-    for (const auto node : listItems()) {
-        if (out.size() >= maxListRows) break;
-        const auto bytes = tree_->size(node);
-        out.append(QVariantMap{
-            {QStringLiteral("node"), static_cast<int>(node)},
-            {QStringLiteral("name"), QString::fromStdString(tree_->name(node))},
-            {QStringLiteral("size"), QString::fromStdString(brantle::formatBytes(bytes))},
-            {QStringLiteral("share"), total > 0 ? static_cast<double>(bytes) / total : 0.0},
-            {QStringLiteral("folder"),
-             tree_->flags(node).contains(brantle::NodeFlags::directory)}});
-    }
-    return out;
-}
-
-QVariantMap AppModel::storage() const {
-    if (!volume_ || volume_->total == 0) return {};
-    const auto purgeable = volume_->purgeable();
-    // Only a scan of the whole startup disk can tell what it did not reach.
-    const bool wholeDisk = tree_ && target_.kind == ScanTarget::Kind::startupDisk;
-    const auto hidden =
-        wholeDisk ? volume_->hidden(tree_->size(brantle::FileTree::root) + purgeable) : 0;
-    const auto used = volume_->used() - std::min(volume_->used(), hidden + purgeable);
-    const auto total = static_cast<double>(volume_->total);
-    auto share = [total](std::uint64_t bytes) { return static_cast<double>(bytes) / total; };
-    auto text = [](std::uint64_t bytes) {
-        return QString::fromStdString(brantle::formatBytes(bytes));
-    };
-    return {{QStringLiteral("used"), share(used)},
-            {QStringLiteral("hidden"), share(hidden)},
-            {QStringLiteral("purgeable"), share(purgeable)},
-            {QStringLiteral("free"), share(volume_->available)},
-            {QStringLiteral("usedText"), text(used)},
-            {QStringLiteral("hiddenText"), text(hidden)},
-            {QStringLiteral("purgeableText"), text(purgeable)},
-            {QStringLiteral("freeText"), text(volume_->available)},
-            {QStringLiteral("totalText"), text(volume_->total)}};
 }
 
 } // namespace ambrel
