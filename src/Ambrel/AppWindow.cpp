@@ -27,7 +27,30 @@ bool desktopReducesMotion() {
     return process.readAllStandardOutput().trimmed() == "false";
 }
 
+namespace {
+
+void setUnlessSet(const char* name, const char* value) {
+    if (!qEnvironmentVariableIsSet(name)) qputenv(name, value);
+}
+
+} // namespace
+
+void prepareRendering() {
+    // The window is redrawn whole on every frame of a morph; with a software renderer the
+    // pixels cost as much as the ring's own work. Hinted glyph masks are drawn far cheaper
+    // than distance-field glyphs and look as crisp at the window's text sizes.
+    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
+    // A 2D scene in tree order needs no depth or stencil buffer: nothing to clear, test or
+    // store per pixel. Only axis-aligned clips are used, which the scissor does.
+    setUnlessSet("QSG_NO_DEPTH_BUFFER", "1");
+    setUnlessSet("QSG_NO_STENCIL_BUFFER", "1");
+    // Mesa's software renderer otherwise hands each frame's tiles to worker threads; a frame
+    // this small costs less CPU rasterised on the render thread than spread and joined.
+    setUnlessSet("LP_NUM_THREADS", "0");
+}
+
 QQuickWindow* createMainWindow(QQmlApplicationEngine& engine, AppModel& model) {
+    prepareRendering();
     qmlRegisterType<RingItem>("Ambrel", 1, 0, "RingItem");
     qmlRegisterUncreatableType<AppModel>("Ambrel", 1, 0, "AppModel",
                                          QStringLiteral("The application has one model"));
