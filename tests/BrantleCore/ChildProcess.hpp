@@ -5,6 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+// In a child of a root process: becomes the unprivileged user "nobody", or exits with 100.
+inline void becomeNobody() {
+    constexpr uid_t nobody = 65534;
+    if (::geteuid() == 0 && (::setgid(nobody) != 0 || ::setuid(nobody) != 0)) ::_exit(100);
+}
+
 // Runs the function in a forked child and returns its result as the child's exit status
 // (128 + the signal when the child died of one, -1 when it could not run). With dropPrivileges, a
 // root parent's child becomes the unprivileged user "nobody" first, so permission checks apply to
@@ -12,9 +18,7 @@
 inline int inChild(const std::function<int()>& function, bool dropPrivileges = false) {
     const pid_t pid = ::fork();
     if (pid == 0) {
-        constexpr uid_t nobody = 65534;
-        if (dropPrivileges && ::geteuid() == 0 && (::setgid(nobody) != 0 || ::setuid(nobody) != 0))
-            ::_exit(100);
+        if (dropPrivileges) becomeNobody();
         ::_exit(function());
     }
     int status = 0;
@@ -31,9 +35,7 @@ inline std::string childOutput(const std::function<std::string()>& function,
     const pid_t pid = ::fork();
     if (pid == 0) {
         ::close(channel[0]);
-        constexpr uid_t nobody = 65534;
-        if (dropPrivileges && ::geteuid() == 0 && (::setgid(nobody) != 0 || ::setuid(nobody) != 0))
-            ::_exit(100);
+        if (dropPrivileges) becomeNobody();
         const std::string text = function();
         for (std::size_t done = 0; done < text.size();) {
             const ssize_t n = ::write(channel[1], text.data() + done, text.size() - done);
