@@ -45,6 +45,7 @@ int main(int argc, char* argv[]) {
     const double builtAt = millisecondsSince(launchedAt);
 
     double windowAt = 0;
+    double shownAt = 0;
     bool scanned = false;
     bool drawn = false;
     bool ready = false;
@@ -57,10 +58,13 @@ int main(int argc, char* argv[]) {
         if (model.segments().empty() || drawn) return;
         drawn = true;
         std::printf("application object: %.0f ms\n", appAt);
-        std::printf("window built: %.0f ms\nfirst window frame: %.0f ms\nfirst ring frame: %.0f "
-                    "ms\n",
-                    builtAt, windowAt, millisecondsSince(launchedAt));
+        std::printf("window built: %.0f ms\nfirst window frame: %.0f ms\ntree shown: %.0f ms\n"
+                    "first ring frame: %.0f ms\n",
+                    builtAt, windowAt, shownAt, millisecondsSince(launchedAt));
         quitWhenDone();
+    });
+    QObject::connect(&model, &ambrel::AppModel::revisionChanged, [&] {
+        if (shownAt == 0) shownAt = millisecondsSince(launchedAt);
     });
     // Ready comes after the catch-up, which may end before or after the first ring.
     QObject::connect(&model, &ambrel::AppModel::phaseChanged, [&] {

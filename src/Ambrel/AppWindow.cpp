@@ -1,6 +1,7 @@
 #include "AppWindow.hpp"
 
 #include "AmbrelModel/AppModel.hpp"
+#include "BrantleCore/Locations.hpp"
 #include "RingItem.hpp"
 
 #include <QGuiApplication>
@@ -57,6 +58,9 @@ QQuickWindow* createMainWindow(QQmlApplicationEngine& engine, AppModel& model) {
     const bool dark = QGuiApplication::palette().color(QPalette::Window).lightnessF() < 0.5;
     engine.rootContext()->setContextProperty(QStringLiteral("appModel"), &model);
     engine.rootContext()->setContextProperty(QStringLiteral("darkAppearance"), dark);
+    engine.rootContext()->setContextProperty(
+        QStringLiteral("homeFolder"),
+        QUrl::fromLocalFile(QString::fromStdString(brantle::Locations::homeDirectory())));
     engine.load(QUrl(QStringLiteral("qrc:/qml/Main.qml")));
     if (engine.rootObjects().isEmpty()) return nullptr;
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());

@@ -2,6 +2,7 @@
 // scanned, the window grabbed and its pixels read back.
 #include "AmbrelModel/AppModel.hpp"
 #include "AppWindow.hpp"
+#include "BrantleCore/Locations.hpp"
 #include "BrantleCore/TempFolder.hpp"
 #include "RingItem.hpp"
 #include "RingKit/RingViewport.hpp"
@@ -19,9 +20,10 @@
 
 namespace {
 
-// Runs the event loop in short slices until `done` holds (at most about 30 s).
-bool pumpUntil(const std::function<bool()>& done) {
-    for (int round = 0; round < 3000 && !done(); ++round) {
+// Runs the event loop in short slices until `done` holds (at most `rounds` slices of about
+// 10 ms).
+bool pumpUntil(const std::function<bool()>& done, int rounds = 3000) {
+    for (int round = 0; round < rounds && !done(); ++round) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         QThread::msleep(10);
     }
@@ -146,6 +148,36 @@ TEST(MainWindow, ScanShowsTheRingAndAClickFocusesAFolder) {
     // A click in the centre goes back up.
     click(*window, centre);
     EXPECT_EQ(model.focus(), 0u);
+}
+
+namespace {
+
+QStringList warnings;
+
+void keepWarnings(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type != QtDebugMsg && type != QtInfoMsg) warnings.append(message);
+}
+
+} // namespace
+
+TEST(MainWindow, ChooseFolderOpensTheFolderDialogAtHome) {
+    ambrel::AppModel model;
+    QQmlApplicationEngine engine;
+    QQuickWindow* window = ambrel::createMainWindow(engine, model);
+    ASSERT_TRUE(window);
+    auto* button = window->findChild<QObject*>("chooseFolder");
+    ASSERT_TRUE(button);
+    warnings.clear();
+    const auto previous = qInstallMessageHandler(keepWarnings);
+    QMetaObject::invokeMethod(button, "clicked");
+    pumpUntil([] { return false; }, 50);
+    qInstallMessageHandler(previous);
+    EXPECT_TRUE(warnings.isEmpty()) << warnings.join('\n').toStdString();
+    auto* dialog = window->property("folderDialog").value<QObject*>();
+    ASSERT_TRUE(dialog) << "the dialog could not be made";
+    EXPECT_TRUE(dialog->property("visible").toBool());
+    EXPECT_EQ(dialog->property("currentFolder").toUrl().toLocalFile().toStdString(),
+              brantle::Locations::homeDirectory());
 }
 
 int main(int argc, char** argv) {

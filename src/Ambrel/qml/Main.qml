@@ -23,10 +23,15 @@ ApplicationWindow {
     Shortcut { sequence: "Ctrl+R"; onActivated: appModel.scanAgain() }
     Shortcut { sequence: "Ctrl+["; onActivated: appModel.goUp() }
 
-    FolderDialog {
-        id: folderDialog
-        title: "Choose Folder…"
-        onAccepted: appModel.chooseFolder(decodeURIComponent(selectedFolder.toString().replace(/^file:\/\//, "")))
+    // Made on first use: building the dialog slows the window's first frame.
+    property var folderDialog: null
+    Component {
+        id: folderDialogComponent
+        FolderDialog {
+            title: "Choose Folder…"
+            currentFolder: homeFolder
+            onAccepted: appModel.chooseFolder(decodeURIComponent(selectedFolder.toString().replace(/^file:\/\//, "")))
+        }
     }
 
     header: ToolBar {
@@ -37,7 +42,11 @@ ApplicationWindow {
             anchors.rightMargin: 8
             ToolButton { text: "Startup Disk"; checkable: true; checked: appModel.targetKind === 1; onClicked: appModel.showStartupDisk() }
             ToolButton { text: "Home"; checkable: true; checked: appModel.targetKind === 2; onClicked: appModel.showHome() }
-            ToolButton { text: "Choose Folder…"; onClicked: folderDialog.open() }
+            ToolButton { objectName: "chooseFolder"; text: "Choose Folder…"; onClicked: {
+                    if (!window.folderDialog) window.folderDialog = folderDialogComponent.createObject(window)
+                    window.folderDialog.open()
+                }
+            }
             Item { Layout.fillWidth: true }
             ToolButton {
                 text: "Go up one level"
