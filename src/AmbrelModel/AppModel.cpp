@@ -141,9 +141,11 @@ void AppModel::chooseFolder(const QString& path) {
 
 void AppModel::fullScan(const ScanTarget& target) {
     requireMainThread();
+    if (tree_) droppedFocus_ = std::pair{target_, tree_->path(focus_)};
+    // The toolbar and the gauge's scale follow the target being scanned.
+    setTarget(target);
     if (phase_ != Phase::scanning) setPhase(Phase::scanning);
     setProgress(std::nullopt);
-    if (tree_) droppedFocus_ = std::pair{target_, tree_->path(focus_)};
     tree_.reset();
     relayout();
 

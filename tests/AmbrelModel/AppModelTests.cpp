@@ -56,7 +56,12 @@ TEST(AppModel, FirstLoadScansAndStoresTheItemCount) {
     EXPECT_EQ(AppModel::storedItemCount(root.path()), 0);
 
     AppModel model;
+    std::optional<ScanTarget> scanning;
+    QObject::connect(&model, &AppModel::phaseChanged, [&] {
+        if (model.phase() == Phase::scanning) scanning = model.target();
+    });
     const auto phases = phasesOf(model, [&] { model.load(target, false); });
+    EXPECT_EQ(scanning, target) << "the scan shows its target while it runs";
     EXPECT_EQ(phases, (std::vector{Phase::idle, Phase::updating, Phase::scanning, Phase::ready}));
     ASSERT_TRUE(model.tree());
     EXPECT_EQ(model.target(), target);
