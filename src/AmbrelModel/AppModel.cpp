@@ -20,9 +20,15 @@
 #include <QSettings>
 #include <QThread>
 
+#if defined(__APPLE__)
+#include <pthread/qos.h>
+#endif
+
 #include <algorithm>
 #include <limits>
+#include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 
 namespace ambrel {
 
@@ -36,6 +42,20 @@ const QString targetKey = QStringLiteral("target");
 
 QString itemCountKey(const std::string& rootPath) {
     return QStringLiteral("itemCount:") + QString::fromStdString(rootPath);
+}
+
+/// Scans, catch-ups and analyses yield to the window's threads, so that a launch draws its
+/// first frames while the stored tree is caught up and the window stays smooth while a scan
+/// runs. Threads started from here (scan workers) inherit it; it stays with the pool thread.
+void runBelowTheWindow() {
+#if defined(__APPLE__)
+    pthread_set_qos_class_self_np(QOS_CLASS_USER_INITIATED, 0);
+#elif defined(__linux__)
+    constexpr int backgroundNice = 5;
+    // Per thread on Linux; raising one's own nice needs no privilege. A failure only costs
+    // smoothness.
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), backgroundNice);
+#endif
 }
 
 double now() {
@@ -101,6 +121,7 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
             shown = std::make_shared<brantle::FileTree>(loaded->tree.compacted());
             whenCurrent(session, [this, target, shown] { preview(shown, target); });
         }
+        runBelowTheWindow(); // the decoding above is what the first ring waits for
         auto caughtUp = loaded
                             ? StoredSnapshot::catchUp(std::move(*loaded), *scanner, catchUpTimeout)
                             : std::nullopt;
@@ -163,6 +184,7 @@ void AppModel::fullScan(const ScanTarget& target) {
                 if (phase_ == Phase::scanning) setProgress(progress);
             });
         };
+        runBelowTheWindow();
         const auto eventID = brantle::ChangeHistory::currentEventID();
         auto tree = std::make_shared<brantle::FileTree>(scanner->scan(rootPath, expected, report));
         if (scanner->isCancelled()) return;
@@ -242,6 +264,7 @@ void AppModel::analyzeShoreline() {
     if (!tree_) return;
     setShorelinePhase(ShorelinePhase::analyzing);
     runInBackground([this, tree = tree_, revision = revision_] {
+        runBelowTheWindow();
         const auto home = brantle::Locations::homeDirectory();
         const auto live = brantle::DeletionGuard::live();
         shoreline::ShorelineContext context(
