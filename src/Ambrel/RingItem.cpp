@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <span>
 
 namespace ambrel {
 
@@ -35,38 +34,15 @@ const QSGGeometry::AttributeSet& discAttributes() {
     return set;
 }
 
-// Slices that are wholly opaque are drawn without blending, which a software renderer does
-// much faster; fading slices and the highlight go in a second, blended node on top.
-QSGGeometryNode* makeSliceNode(bool blended) {
+QSGGeometryNode* makeSliceNode() {
     auto* node = new QSGGeometryNode;
     auto* geometry = new QSGGeometry(QSGGeometry::defaultAttributes_ColoredPoint2D(), 0);
     geometry->setDrawingMode(QSGGeometry::DrawTriangles);
     node->setGeometry(geometry);
     node->setFlag(QSGNode::OwnsGeometry);
-    auto* material = new QSGVertexColorMaterial;
-    material->setFlag(QSGMaterial::Blending, blended);
-    node->setMaterial(material);
+    node->setMaterial(new QSGVertexColorMaterial);
     node->setFlag(QSGNode::OwnsMaterial);
     return node;
-}
-
-void fillSlices(QSGGeometryNode* node, std::span<const ringkit::RingVertex> vertices) {
-    QSGGeometry* geometry = node->geometry();
-    geometry->allocate(static_cast<int>(vertices.size()));
-    static_assert(sizeof(ringkit::RingVertex) == sizeof(QSGGeometry::ColoredPoint2D));
-    if (!vertices.empty())
-        std::memcpy(geometry->vertexData(), vertices.data(),
-                    vertices.size() * sizeof(ringkit::RingVertex));
-    node->markDirty(QSGNode::DirtyGeometry);
-}
-
-// Where the translucent part of a triangle list begins: the first triangle with a vertex that
-// is not fully opaque. Everything from there is blended, so the drawing order stays the same.
-std::size_t translucentFrom(std::span<const ringkit::RingVertex> vertices) {
-    const auto first = std::find_if(vertices.begin(), vertices.end(),
-                                    [](const ringkit::RingVertex& v) { return v.a != 255; });
-    const auto index = static_cast<std::size_t>(first - vertices.begin());
-    return index - index % 3;
 }
 
 QSGGeometryNode* makeDiscNode() {
@@ -190,13 +166,11 @@ void RingItem::appendHighlight(double pxPerUnit) {
 QSGNode* RingItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     auto* root = old ? old : new QSGNode;
     if (!old) {
-        root->appendChildNode(makeSliceNode(false));
-        root->appendChildNode(makeSliceNode(true));
+        root->appendChildNode(makeSliceNode());
         root->appendChildNode(makeDiscNode());
     }
-    auto* opaqueSlices = static_cast<QSGGeometryNode*>(root->firstChild());
-    auto* blendedSlices = static_cast<QSGGeometryNode*>(opaqueSlices->nextSibling());
-    auto* disc = static_cast<QSGGeometryNode*>(blendedSlices->nextSibling());
+    auto* slices = static_cast<QSGGeometryNode*>(root->firstChild());
+    auto* disc = static_cast<QSGGeometryNode*>(slices->nextSibling());
 
     const ringkit::RingViewport viewport{width(), height()};
     const double dpr = window() ? window()->effectiveDevicePixelRatio() : 1.0;
@@ -206,10 +180,13 @@ QSGNode* RingItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     const auto vertices = animation_.vertices();
     frameVertices_.assign(vertices.begin(), vertices.end());
     if (!moving) appendHighlight(pxPerUnit);
-    const std::span<const ringkit::RingVertex> all(frameVertices_);
-    const std::size_t split = translucentFrom(all);
-    fillSlices(opaqueSlices, all.first(split));
-    fillSlices(blendedSlices, all.subspan(split));
+    QSGGeometry* geometry = slices->geometry();
+    geometry->allocate(static_cast<int>(frameVertices_.size()));
+    static_assert(sizeof(ringkit::RingVertex) == sizeof(QSGGeometry::ColoredPoint2D));
+    if (!frameVertices_.empty())
+        std::memcpy(geometry->vertexData(), frameVertices_.data(),
+                    frameVertices_.size() * sizeof(ringkit::RingVertex));
+    slices->markDirty(QSGNode::DirtyGeometry);
 
     placeDisc(disc, viewport);
     static_cast<DiscMaterial*>(disc->material())->look =
