@@ -67,6 +67,12 @@ Probe probeOf(const ambrel::RingItem& ring, const ringkit::RingSegment& segment)
            << ", expected " << expected.name().toStdString();
 }
 
+void hover(QQuickWindow& window, QPointF at) {
+    QMouseEvent move(QEvent::MouseMove, at, window.mapToGlobal(at), Qt::NoButton, Qt::NoButton,
+                     Qt::NoModifier);
+    QGuiApplication::sendEvent(&window, &move);
+}
+
 void click(QQuickWindow& window, QPointF at) {
     QMouseEvent press(QEvent::MouseButtonPress, at, window.mapToGlobal(at), Qt::LeftButton,
                       Qt::LeftButton, Qt::NoModifier);
@@ -178,6 +184,41 @@ TEST(MainWindow, ChooseFolderOpensTheFolderDialogAtHome) {
     EXPECT_TRUE(dialog->property("visible").toBool());
     EXPECT_EQ(dialog->property("currentFolder").toUrl().toLocalFile().toStdString(),
               brantle::Locations::homeDirectory());
+}
+
+// The hovered slice is drawn again on top, translucent white: the slices beneath must show
+// through it, and once the pointer leaves, the slice shows its own colour again.
+TEST(MainWindow, HoverLightensTheSliceUnderThePointer) {
+    TempFolder root;
+    root.file("big", 3'000'000);
+    root.file("small", 1'000'000);
+
+    ambrel::AppModel model;
+    QQmlApplicationEngine engine;
+    QQuickWindow* window = ambrel::createMainWindow(engine, model);
+    ASSERT_TRUE(window);
+    auto* ring = window->findChild<ambrel::RingItem*>("ring");
+    ASSERT_TRUE(ring);
+    ASSERT_TRUE(pumpUntil([&] { return window->isExposed(); }));
+    model.chooseFolder(QString::fromStdString(root.path()));
+    ASSERT_TRUE(pumpUntil([&] { return model.phase() == ambrel::AppModel::Phase::ready; }));
+    pumpFrames();
+    ASSERT_FALSE(ring->segments().empty());
+    const auto probe = probeOf(*ring, ring->segments().front());
+
+    hover(*window, probe.scene);
+    pumpFrames();
+    EXPECT_EQ(ring->hoveredIndex(), 0);
+    const double a = ring->dark() ? 0.22 : 0.35;
+    const auto lighter = [a](int channel) { return static_cast<int>(channel * (1 - a) + 255 * a); };
+    const QColor lit(lighter(probe.expected.red()), lighter(probe.expected.green()),
+                     lighter(probe.expected.blue()));
+    EXPECT_TRUE(near(window->grabWindow(), probe.scene, lit, 6));
+
+    hover(*window, ring->mapToScene(QPointF(ring->width() / 2, ring->height() / 2)));
+    pumpFrames();
+    EXPECT_EQ(ring->hoveredIndex(), -1);
+    EXPECT_TRUE(near(window->grabWindow(), probe.scene, probe.expected, 6));
 }
 
 int main(int argc, char** argv) {
