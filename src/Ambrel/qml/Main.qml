@@ -158,12 +158,10 @@ ApplicationWindow {
                         Rectangle {
                             Layout.preferredWidth: 60
                             Layout.preferredHeight: 6
-                            radius: 3
                             color: window.uiRow
                             Rectangle {
                                 width: parent.width * modelData.share
                                 height: parent.height
-                                radius: 3
                                 color: "#4c8bf5"
                             }
                         }
