@@ -156,6 +156,9 @@ ApplicationWindow {
                             elide: Text.ElideMiddle
                         }
                         Rectangle {
+                            // Drawn before the row's text, so the bars of all rows merge into
+                            // one draw call.
+                            z: -1
                             Layout.preferredWidth: 60
                             Layout.preferredHeight: 6
                             color: window.uiRow
