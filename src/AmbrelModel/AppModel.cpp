@@ -2,6 +2,7 @@
 
 #include "AmbrelModel/StoredSnapshot.hpp"
 #include "BrantleCore/ByteFormat.hpp"
+#include "BrantleCore/CatchUp.hpp"
 #include "BrantleCore/ChangeHistory.hpp"
 #include "BrantleCore/DeletionGuard.hpp"
 #include "BrantleCore/Eraser.hpp"
@@ -123,24 +124,25 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
         }
         runBelowTheWindow(); // the decoding above is what the first ring waits for
         auto caughtUp = loaded
-                            ? StoredSnapshot::catchUp(std::move(*loaded), *scanner, catchUpTimeout)
+                            ? brantle::catchUpChanges(*scanner, std::move(*loaded), catchUpTimeout)
                             : std::nullopt;
         if (!caughtUp) {
             if (!quiet) whenCurrent(session, [this, target] { fullScan(target); });
             return;
         }
         if (scanner->isCancelled()) return;
-        if (caughtUp->reread == 0) {
+        if (caughtUp->reread == 0 && shown) {
             // Untouched: the shown tree stays, and the stored event id still holds (the next
             // catch-up merely looks back a little further), so nothing is saved.
-            whenCurrent(session, [this, target, tree = shown ? shown : caughtUp->tree] {
-                finish(tree, target);
-            });
+            whenCurrent(session, [this, target, shown] { finish(shown, target); });
             return;
         }
-        const auto copy = std::make_shared<const brantle::FileTree>(caughtUp->tree->compacted());
-        whenCurrent(session, [this, target, tree = caughtUp->tree] { finish(tree, target); });
-        StoredSnapshot::save(*copy, caughtUp->eventID);
+        auto tree = std::make_shared<brantle::FileTree>(std::move(caughtUp->tree));
+        std::shared_ptr<const brantle::FileTree> copy;
+        if (caughtUp->reread > 0)
+            copy = std::make_shared<const brantle::FileTree>(tree->compacted());
+        whenCurrent(session, [this, target, tree] { finish(tree, target); });
+        if (copy) StoredSnapshot::save(*copy, caughtUp->meta.fsEventID);
     });
 }
 

@@ -29,23 +29,31 @@ std::string treeRoot(std::string_view path) {
 
 } // namespace
 
+std::optional<CatchUpResult> catchUpChanges(DiskScanner& scanner, Snapshot::Contents loaded,
+                                            std::chrono::duration<double> timeout) {
+    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
+    const ChangeSet changes = ChangeHistory::changedDirectories(
+        loaded.tree.rootPath(), loaded.meta.fsEventID, timeout, loaded.tree);
+    if (changes.needsFullRescan()) return std::nullopt;
+    std::vector<std::string> folders = DiskScanner::newlyReadable(loaded.tree);
+    folders.insert(folders.end(), changes.directories.begin(), changes.directories.end());
+    const std::size_t reread =
+        folders.empty() ? 0 : scanner.rescan(loaded.tree, std::move(folders));
+    std::string rootPath = loaded.tree.rootPath();
+    return CatchUpResult{std::move(loaded.tree),
+                         {std::move(rootPath), secondsSince1970(), eventID},
+                         CatchUpResult::Mode::catchUp,
+                         reread};
+}
+
 CatchUpResult catchUp(DiskScanner& scanner, std::optional<Snapshot::Contents> loaded,
                       std::string_view root, std::chrono::duration<double> timeout) {
-    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
     const std::string rootPath = treeRoot(root);
     if (loaded && loaded->tree.rootPath() == rootPath) {
-        const ChangeSet changes = ChangeHistory::changedDirectories(
-            rootPath, loaded->meta.fsEventID, timeout, loaded->tree);
-        if (!changes.needsFullRescan()) {
-            std::vector<std::string> folders = DiskScanner::newlyReadable(loaded->tree);
-            folders.insert(folders.end(), changes.directories.begin(), changes.directories.end());
-            const std::size_t reread = scanner.rescan(loaded->tree, std::move(folders));
-            return {std::move(loaded->tree),
-                    {rootPath, secondsSince1970(), eventID},
-                    CatchUpResult::Mode::catchUp,
-                    reread};
-        }
+        if (auto caughtUp = catchUpChanges(scanner, std::move(*loaded), timeout))
+            return std::move(*caughtUp);
     }
+    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
     FileTree tree = scanner.scan(rootPath);
     const std::size_t folders = liveFolders(tree);
     return {std::move(tree),

@@ -20,6 +20,12 @@ struct CatchUpResult {
     std::size_t reread = 0; ///< folders read again (every folder for a rescan)
 };
 
+/// Brings `loaded` up to date without scanning afresh: the folders the change history names
+/// and the folders that have become readable are read again. Nothing when the history is in
+/// doubt. The new record's event id is taken before the history is asked.
+std::optional<CatchUpResult> catchUpChanges(DiskScanner& scanner, Snapshot::Contents loaded,
+                                            std::chrono::duration<double> timeout);
+
 /// Brings the snapshot `loaded` of `root` up to date: the change history names the changed
 /// folders, which are read again together with the folders that have become readable;
 /// when the history is in doubt, or there is no snapshot, or it is of another root, `root`
