@@ -2,8 +2,8 @@
 // and until the background deletion has finished, against `rm -rf` of an identical tree made
 // in the same run. The trees live under $TMPDIR (or /tmp). One round by default: making two
 // trees of 200,000 files dominates the run; with one, rm -rf gets the more recently made tree.
-#include "BrantleCore/DeletionGuard.hpp"
-#include "BrantleCore/Eraser.hpp"
+#include "BrantleServices/DeletionGuard.hpp"
+#include "BrantleServices/Eraser.hpp"
 
 #include <benchmark/benchmark.h>
 

@@ -44,11 +44,11 @@ void BM_Analyze(benchmark::State& state) {
     }
     static const auto tree = std::make_unique<const brantle::FileTree>(
         brantle::DiskScanner(brantle::ScanOptions{}, 2).scan(home));
-    auto profile = brantle::PlatformProfile::linux();
-    profile.suggestions = brantle::SuggestionFolders::linux();
-    const auto shared = std::make_shared<const brantle::PlatformProfile>(std::move(profile));
-    const shoreline::ShorelineContext context(
+    const auto shared =
+        std::make_shared<const brantle::PlatformProfile>(brantle::PlatformProfile::linux());
+    shoreline::ShorelineContext context(
         *tree, home, brantle::DeletionGuard(home, "/nonexistent/app", nullptr, shared), shared);
+    context.suggestionFolders = shoreline::SuggestionFolders::linux();
     std::size_t findings = 0;
     for (auto _ : state) {
         const auto categories = shoreline::Shoreline::analyze(context);

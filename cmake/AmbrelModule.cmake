@@ -13,7 +13,8 @@ function(ambrel_library name)
   endif()
 endfunction()
 
-# One GoogleTest executable per module, from the .cpp files in tests/<module>/.
+# One GoogleTest executable per module, from the .cpp files in tests/<module>/. Tests of the
+# command-line tool (tests/brantle) name the built tool as AMBREL_BRANTLE.
 function(ambrel_tests module)
   cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${module}/*.cpp")
@@ -22,11 +23,18 @@ function(ambrel_tests module)
   endif()
   add_executable(${module}Tests ${sources})
   target_include_directories(${module}Tests PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
-  target_link_libraries(${module}Tests PRIVATE ${module} ${ARG_DEPENDS} GTest::gtest GTest::gmock
+  if(TARGET ${module})
+    get_target_property(type ${module} TYPE)
+    if(NOT type STREQUAL "EXECUTABLE")
+      target_link_libraries(${module}Tests PRIVATE ${module})
+    endif()
+  endif()
+  target_link_libraries(${module}Tests PRIVATE ${ARG_DEPENDS} GTest::gtest GTest::gmock
                                                GTest::gtest_main)
-  target_compile_definitions(${module}Tests PRIVATE
-    AMBREL_SHARED_DIR="${AMBREL_SHARED_DIR}"
-    AMBREL_BRANTLE="$<TARGET_FILE:brantle>")
-  add_dependencies(${module}Tests brantle)
+  target_compile_definitions(${module}Tests PRIVATE AMBREL_SHARED_DIR="${AMBREL_SHARED_DIR}")
+  if(module STREQUAL "brantle")
+    target_compile_definitions(${module}Tests PRIVATE AMBREL_BRANTLE="$<TARGET_FILE:brantle>")
+    add_dependencies(${module}Tests brantle)
+  endif()
   gtest_discover_tests(${module}Tests DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
 endfunction()

@@ -1,7 +1,7 @@
 #include "AppWindow.hpp"
 
 #include "AmbrelModel/AppModel.hpp"
-#include "BrantleCore/Locations.hpp"
+#include "BrantleServices/Locations.hpp"
 #include "RingItem.hpp"
 
 #include <QGuiApplication>

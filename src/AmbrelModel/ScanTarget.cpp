@@ -1,6 +1,6 @@
 #include "AmbrelModel/ScanTarget.hpp"
 
-#include "BrantleCore/Locations.hpp"
+#include "BrantleServices/Locations.hpp"
 
 #include <algorithm>
 #include <filesystem>

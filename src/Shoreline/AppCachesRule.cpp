@@ -9,15 +9,15 @@ using brantle::NodeId;
 
 namespace {
 
-bool isSystemCache(const brantle::SuggestionFolders& folders, std::string_view name) {
+bool isSystemCache(const SuggestionFolders& folders, std::string_view name) {
     return std::ranges::find(folders.systemCacheNames, name) != folders.systemCacheNames.end() ||
            std::ranges::any_of(folders.systemCachePrefixes,
                                [&](const std::string& prefix) { return name.starts_with(prefix); });
 }
 
 /// A package cache inside the caches folder belongs to the package-caches rule.
-bool namedByLaterRule(const brantle::SuggestionFolders& folders, const std::string& relative) {
-    const auto names = [&](const brantle::SuggestionFolders::PackageCache& cache) {
+bool namedByLaterRule(const SuggestionFolders& folders, const std::string& relative) {
+    const auto names = [&](const SuggestionFolders::PackageCache& cache) {
         return cache.path == relative || cache.path.starts_with(relative + "/");
     };
     return std::ranges::any_of(folders.quickPackageCaches, names) ||

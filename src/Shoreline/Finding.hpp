@@ -1,7 +1,7 @@
 #pragma once
 
 #include "BrantleCore/FileTree.hpp"
-#include "BrantleCore/GuardVerdict.hpp"
+#include "BrantleServices/GuardVerdict.hpp"
 #include "Shoreline/Safety.hpp"
 
 #include <cstdint>

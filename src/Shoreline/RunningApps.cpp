@@ -1,6 +1,6 @@
 #include "Shoreline/RunningApps.hpp"
 
-#include "BrantleCore/LinuxSystem.hpp"
+#include "BrantleServices/LinuxSystem.hpp"
 
 #include <filesystem>
 #include <fstream>

@@ -32,6 +32,7 @@ ShorelineContext::ShorelineContext(const brantle::FileTree& fileTree, std::strin
     : tree(fileTree), home(withoutTrailingSlash(homePath)), guardian(std::move(guard)),
       now(secondsNow()), lastUsed(LastUsed::spotlight), profile(std::move(platform)) {
     if (!profile) brantle::fatal("suggestions need a platform profile");
+    suggestionFolders = SuggestionFolders::of(profile->name, home);
 }
 
 std::optional<NodeId> ShorelineContext::node(std::string_view relative) const {

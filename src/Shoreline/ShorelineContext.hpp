@@ -1,8 +1,9 @@
 #pragma once
 
-#include "BrantleCore/DeletionGuard.hpp"
 #include "BrantleCore/FileTree.hpp"
-#include "BrantleCore/PlatformProfile.hpp"
+#include "BrantleServices/DeletionGuard.hpp"
+#include "BrantleServices/PlatformProfile.hpp"
+#include "Shoreline/SuggestionFolders.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -39,6 +40,8 @@ struct ShorelineContext {
     std::uint64_t largeFileMinBytes = 524'288'000;
     /// Where this system keeps the folders the rules read.
     std::shared_ptr<const brantle::PlatformProfile> profile;
+    /// The home-relative folders the rules read; those of the profile's system by default.
+    SuggestionFolders suggestionFolders;
 
     /// The children of home + "/" + `relative`; empty when that is not in the tree.
     std::vector<brantle::NodeId> children(std::string_view relative) const;
@@ -52,7 +55,7 @@ struct ShorelineContext {
     std::int64_t daysSince(std::int64_t time) const;
     /// Days since the item was last changed or, when known and more recent, last opened.
     std::int64_t idleDays(brantle::NodeId node, const std::string& path) const;
-    const brantle::SuggestionFolders& folders() const { return profile->suggestions; }
+    const SuggestionFolders& folders() const { return suggestionFolders; }
 };
 
 } // namespace shoreline

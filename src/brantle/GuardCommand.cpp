@@ -1,10 +1,10 @@
 // brantle guard: the deletion guard's verdict on each path, one line per path, for scripts.
 #include "Command.hpp"
 
-#include "BrantleCore/DeletionGuard.hpp"
-#include "BrantleCore/LinuxSystem.hpp"
-#include "BrantleCore/Locations.hpp"
 #include "BrantleCore/PathText.hpp"
+#include "BrantleServices/DeletionGuard.hpp"
+#include "BrantleServices/LinuxSystem.hpp"
+#include "BrantleServices/Locations.hpp"
 
 #include <cstdio>
 #include <optional>

@@ -3,7 +3,7 @@
 
 #include "BrantleCore/ByteFormat.hpp"
 #include "BrantleCore/DiskScanner.hpp"
-#include "BrantleCore/Locations.hpp"
+#include "BrantleServices/Locations.hpp"
 #include "Shoreline/RunningApps.hpp"
 #include "Shoreline/Shoreline.hpp"
 

@@ -2,11 +2,11 @@
 // scanned, the window grabbed and its pixels read back.
 #include "AmbrelModel/AppModel.hpp"
 #include "AppWindow.hpp"
-#include "BrantleCore/Locations.hpp"
-#include "BrantleCore/TempFolder.hpp"
+#include "BrantleServices/Locations.hpp"
 #include "RingItem.hpp"
 #include "RingKit/RingViewport.hpp"
 #include "RingKit/Theme.hpp"
+#include "support/TempFolder.hpp"
 
 #include <QGuiApplication>
 #include <QImage>

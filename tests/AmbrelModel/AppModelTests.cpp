@@ -1,7 +1,7 @@
 #include "ModelEnvironment.hpp"
 
-#include "BrantleCore/Locations.hpp"
-#include "BrantleCore/TideHistory.hpp"
+#include "BrantleServices/Locations.hpp"
+#include "BrantleServices/TideHistory.hpp"
 
 #include <QLocale>
 #include <QSettings>

@@ -3,7 +3,7 @@
 // program: QSettings learns its folder once per process.
 
 #include "AmbrelModel/AppModel.hpp"
-#include "BrantleCore/TempFolder.hpp"
+#include "support/TempFolder.hpp"
 
 #include <QCoreApplication>
 

@@ -1,5 +1,4 @@
 #include "BrantleCore/ByteFormat.hpp"
-#include "BrantleCore/Packages.hpp"
 
 #include <gtest/gtest.h>
 
@@ -23,17 +22,4 @@ TEST(ByteFormat, DecimalUnitsLikeTheDesktop) {
     EXPECT_EQ(formatBytes(12'300'000'000), "12.3 GB");
     EXPECT_EQ(formatBytes(2'000'000'000'000), "2 TB");
     EXPECT_EQ(formatBytes(std::numeric_limits<std::uint64_t>::max()), "18.45 EB");
-}
-
-TEST(Packages, ExtensionTestIgnoresCaseAndLeadingDot) {
-    namespace Packages = brantle::Packages;
-    EXPECT_EQ(Packages::extensions().size(), 27u);
-    EXPECT_TRUE(Packages::isPackageName("Foo.APP"));
-    EXPECT_TRUE(Packages::isPackageName("a.b.Photoslibrary"));
-    EXPECT_TRUE(Packages::isPackageName("Disk.sparsebundle"));
-    EXPECT_FALSE(Packages::isPackageName(".app"));
-    EXPECT_FALSE(Packages::isPackageName("app"));
-    EXPECT_FALSE(Packages::isPackageName("x."));
-    EXPECT_FALSE(Packages::isPackageName("x.app.zip"));
-    EXPECT_FALSE(Packages::isPackageName("x.extraordinarilylongextension"));
 }

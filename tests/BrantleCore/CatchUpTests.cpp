@@ -2,9 +2,9 @@
 
 #include "BrantleCore/ChangeHistory.hpp"
 
-#include "ChildProcess.hpp"
-#include "TempFolder.hpp"
-#include "TreeDump.hpp"
+#include "support/ChildProcess.hpp"
+#include "support/TempFolder.hpp"
+#include "support/TreeDump.hpp"
 
 #include <gtest/gtest.h>
 

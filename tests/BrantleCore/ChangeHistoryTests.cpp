@@ -3,7 +3,7 @@
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FSEventsCollector.hpp"
 
-#include "TempFolder.hpp"
+#include "support/TempFolder.hpp"
 
 #include <gtest/gtest.h>
 

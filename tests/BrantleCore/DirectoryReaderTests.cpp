@@ -1,6 +1,6 @@
 #include "BrantleCore/DirectoryReader.hpp"
 
-#include "TempFolder.hpp"
+#include "support/TempFolder.hpp"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include "BrantleCore/DiskScanner.hpp"
 #include "Lzfse/Lzfse.hpp"
 
-#include "ChildProcess.hpp"
-#include "TempFolder.hpp"
-#include "TreeDump.hpp"
+#include "support/ChildProcess.hpp"
+#include "support/TempFolder.hpp"
+#include "support/TreeDump.hpp"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 // utimensat, scanned with the disk scanner and analysed under either platform profile.
 
 #include "BrantleCore/DiskScanner.hpp"
-#include "BrantleCore/TempFolder.hpp"
 #include "Shoreline/Shoreline.hpp"
+#include "support/TempFolder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -33,13 +33,15 @@ inline std::shared_ptr<const brantle::PlatformProfile> profileOf(System system) 
     auto profile = system == System::macOS ? brantle::PlatformProfile::macOS()
                                            : brantle::PlatformProfile::linux();
     profile.isMountPoint = nullptr;
-    if (system == System::linux) profile.suggestions = brantle::SuggestionFolders::linux();
     return std::make_shared<const brantle::PlatformProfile>(std::move(profile));
 }
 
 class TestHome {
 public:
-    explicit TestHome(System system = System::linux) : profile_(profileOf(system)) {
+    explicit TestHome(System system = System::linux)
+        : profile_(profileOf(system)),
+          folders_(system == System::macOS ? shoreline::SuggestionFolders::macOS()
+                                           : shoreline::SuggestionFolders::linux()) {
         tmp_.folder("home");
         home_ = tmp_ / "home";
     }
@@ -48,7 +50,7 @@ public:
     std::string operator/(std::string_view relative) const {
         return home_ + "/" + std::string(relative);
     }
-    const brantle::SuggestionFolders& folders() const { return profile_->suggestions; }
+    const shoreline::SuggestionFolders& folders() const { return folders_; }
 
     /// A folder and its parents.
     void folder(std::string_view relative) const {
@@ -107,6 +109,7 @@ public:
             *tree_, home_, brantle::DeletionGuard(home_, "/nonexistent/app", nullptr, profile_),
             profile_);
         context.lastUsed = [](const std::string&) { return std::nullopt; };
+        context.suggestionFolders = folders_;
         return context;
     }
 
@@ -153,6 +156,7 @@ private:
     TempFolder tmp_;
     std::string home_;
     std::shared_ptr<const brantle::PlatformProfile> profile_;
+    shoreline::SuggestionFolders folders_;
     std::optional<brantle::FileTree> tree_;
 };
 

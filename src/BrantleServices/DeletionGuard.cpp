@@ -1,0 +1,39 @@
+#include "BrantleServices/DeletionGuard.hpp"
+
+#include "BrantleCore/PathText.hpp"
+#include "BrantleServices/LinuxSystem.hpp"
+#include "BrantleServices/Locations.hpp"
+
+namespace brantle {
+
+DeletionGuard::DeletionGuard(std::string_view home, std::string_view appBundle,
+                             RunningAppPredicate isRunningApp,
+                             std::shared_ptr<const PlatformProfile> profile)
+    : home_(PathText::standardised(home)), appBundle_(PathText::standardised(appBundle)),
+      isRunningApp_(std::move(isRunningApp)),
+      rules_(std::make_shared<const GuardRules>(*profile, home_, appBundle_, isRunningApp_)) {}
+
+DeletionGuard DeletionGuard::live(std::shared_ptr<const PlatformProfile> profile) {
+    auto running =
+        std::make_shared<const std::set<std::string>>(LinuxSystem::runningApplications());
+    return DeletionGuard(
+        Locations::homeDirectory(), LinuxSystem::applicationPath(),
+        [running](const std::string& path) { return running->contains(path); }, std::move(profile));
+}
+
+GuardVerdict DeletionGuard::check(std::string_view path) const {
+    if (!path.starts_with('/')) return GuardVerdict::blocked("Not an absolute path");
+    auto standard = PathText::standardised(path);
+    if (auto reason = rules_->blockReason(standard)) return GuardVerdict::blocked(*reason);
+    auto caution = rules_->caution(standard);
+    return GuardVerdict::allowed(GuardedRemoval(std::move(standard), std::move(caution)));
+}
+
+const std::set<std::string, std::less<>>& regenerableDotFolders() {
+    static const std::set<std::string, std::less<>> names{
+        ".npm",  ".gradle",     ".cache", ".cocoapods", ".pub-cache",
+        ".yarn", ".pnpm-store", ".nuget", ".m2",        ".bun"};
+    return names;
+}
+
+} // namespace brantle

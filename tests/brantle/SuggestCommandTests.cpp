@@ -1,0 +1,59 @@
+#include "Shoreline/TestHome.hpp"
+#include "support/CommandOutput.hpp"
+
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+/// Runs brantle with the arguments and returns its standard output and exit status.
+std::pair<std::string, int> brantle(const std::string& args) {
+    int status = -1;
+    std::string out = brantleOutput(args + " 2>/dev/null", &status);
+    return {std::move(out), status};
+}
+
+TEST(SuggestCommand, CategoriesAsJsonAndText) {
+    TestHome home;
+    home.file(".cache/app/a", 2 * MiB);
+    home.file(".cache/thumbnails/a", MiB);
+    home.file("Downloads/setup.iso", 4096);
+    home.age("Downloads/setup.iso", 30);
+    const std::string quoted = "'" + home.home() + "'";
+
+    const auto [json, status] = brantle("suggest " + quoted + " --home " + quoted + " --json");
+    ASSERT_EQ(status, 0);
+    const auto categories = QJsonDocument::fromJson(QByteArray::fromStdString(json)).array();
+    ASSERT_EQ(categories.size(), 2);
+    const QJsonObject caches = categories[0].toObject();
+    EXPECT_EQ(caches["id"].toString(), "caches");
+    EXPECT_EQ(caches["title"].toString(), "App caches");
+    EXPECT_EQ(caches["total"].toInteger(), static_cast<qint64>(3 * MiB));
+    EXPECT_EQ(caches["safeTotal"].toInteger(), static_cast<qint64>(2 * MiB));
+    const QJsonObject first = caches["findings"].toArray()[0].toObject();
+    EXPECT_EQ(first["path"].toString().toStdString(), home / ".cache/app");
+    EXPECT_EQ(first["bytes"].toInteger(), static_cast<qint64>(2 * MiB));
+    EXPECT_EQ(first["safety"].toString(), "safe");
+    EXPECT_EQ(first["reason"].toString(),
+              QString::fromUtf8("Cache — the app rebuilds it when it needs it."));
+    EXPECT_EQ(caches["findings"].toArray()[1].toObject()["safety"].toString(), "review");
+    const QJsonObject installers = categories[1].toObject();
+    EXPECT_EQ(installers["id"].toString(), "installers");
+    EXPECT_EQ(installers["safeTotal"].toInteger(), 0);
+
+    const auto [text, textStatus] = brantle("suggest --home " + quoted);
+    ASSERT_EQ(textStatus, 0);
+    EXPECT_NE(text.find("App caches: 3.1 MB, 2.1 MB safe\n"), std::string::npos) << text;
+    EXPECT_NE(text.find(home / "Downloads/setup.iso"), std::string::npos) << text;
+    EXPECT_NE(text.find("Installer downloaded 30 days ago"), std::string::npos) << text;
+
+    EXPECT_EQ(brantle("suggest --home").second, 2);
+    EXPECT_EQ(brantle("suggest a b").second, 2);
+    EXPECT_EQ(brantle("suggest --bogus").second, 2);
+    EXPECT_EQ(brantle("suggest " + quoted + "/missing --home " + quoted).second, 1);
+}
+
+} // namespace

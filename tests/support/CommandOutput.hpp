@@ -1,0 +1,26 @@
+#pragma once
+// Runs shell commands and returns what they printed on standard output.
+
+#include <array>
+#include <cstdio>
+#include <string>
+#include <sys/wait.h>
+
+inline std::string commandOutput(const std::string& command, int* status = nullptr) {
+    std::string out;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return out;
+    std::array<char, 4096> chunk;
+    while (const std::size_t n = std::fread(chunk.data(), 1, chunk.size(), pipe))
+        out.append(chunk.data(), n);
+    const int result = pclose(pipe);
+    if (status) *status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
+    return out;
+}
+
+#ifdef AMBREL_BRANTLE
+// Runs the built brantle tool with `arguments` (a shell fragment) and returns its standard output.
+inline std::string brantleOutput(const std::string& arguments, int* status = nullptr) {
+    return commandOutput(std::string(AMBREL_BRANTLE) + " " + arguments, status);
+}
+#endif
