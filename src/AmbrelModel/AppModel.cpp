@@ -267,7 +267,7 @@ void AppModel::analyzeShoreline() {
     setShorelinePhase(ShorelinePhase::analyzing);
     runInBackground([this, tree = tree_, revision = revision_] {
         runBelowTheWindow();
-        const auto home = brantle::Locations::homeDirectory();
+        const auto home = brantle::Locations::homeIn(*tree);
         const auto live = brantle::DeletionGuard::live();
         shoreline::ShorelineContext context(
             *tree, home, brantle::DeletionGuard(home, live.appBundle(), live.isRunningApp()));
@@ -321,7 +321,7 @@ void AppModel::refreshFullDiskAccess() {
 void AppModel::recordHistory() {
     requireMainThread();
     if (!tree_) return;
-    const auto home = brantle::Locations::homeDirectory();
+    const auto home = brantle::Locations::homeIn(*tree_);
     if (!tree_->node(home)) return;
     startupVolume_ = brantle::VolumeInfo::containing("/");
     std::vector<std::string> roots{home};

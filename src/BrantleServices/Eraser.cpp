@@ -1,13 +1,15 @@
 #include "BrantleServices/Eraser.hpp"
 
 #include "BrantleCore/PathText.hpp"
+#include "BrantleServices/AnchoredItem.hpp"
 #include "BrantleServices/Locations.hpp"
-#include "BrantleServices/RecursiveRemoval.hpp"
 
 #include <QUuid>
 
 #include <cerrno>
 #include <cstdio>
+#include <dirent.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -16,8 +18,22 @@
 namespace brantle {
 
 std::string FileError::description() const {
-    return std::generic_category().message(code);
+    return reason.empty() ? std::generic_category().message(code) : reason;
 }
+
+namespace {
+
+std::shared_ptr<const Descriptor> openedFolder(const std::string& path) {
+    return std::make_shared<const Descriptor>(
+        ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+std::string stagedName(std::string_view name) {
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString() + "-" +
+           std::string(name);
+}
+
+} // namespace
 
 Eraser::Eraser(std::string staging)
     : staging_(std::move(staging)), worker_([this](std::stop_token stop) { work(stop); }) {}
@@ -39,24 +55,25 @@ Eraser::erase(std::span<const GuardedRemoval> removals) {
     std::error_code error;
     std::filesystem::create_directories(staging_, error);
     if (error) return std::unexpected(FileError{error.value(), staging_});
-    struct stat staging {};
-    const bool stagingKnown = ::lstat(staging_.c_str(), &staging) == 0;
+    // The staging folder is ours, so it may be reached through links (a linked cache folder).
+    const auto staging = openedFolder(staging_);
+    struct stat stagingStatus {};
+    const bool stagingKnown = *staging && ::fstat(staging->get(), &stagingStatus) == 0;
 
     std::vector<EraseOutcome> outcomes;
-    std::vector<std::string> queued;
+    std::vector<Pending> queued;
     for (const auto& removal : removals) {
         const auto& path = removal.path();
-        struct stat item {};
-        if (::lstat(path.c_str(), &item) != 0) {
-            outcomes.push_back({path, FileError{errno, path}});
+        auto item = AnchoredItem::open(path);
+        if (!item) {
+            outcomes.push_back({path, item.error()});
             continue;
         }
-        const auto staged = PathText::joined(
-            staging_, QUuid::createUuid().toString(QUuid::WithoutBraces).toStdString() + "-" +
-                          std::string(PathText::lastComponent(path)));
-        const bool moved = stagingKnown && item.st_dev == staging.st_dev &&
-                           std::rename(path.c_str(), staged.c_str()) == 0;
-        queued.push_back(moved ? staged : path);
+        const auto staged = stagedName(item->name);
+        const bool moved = stagingKnown && item->status.st_dev == stagingStatus.st_dev &&
+                           ::renameat2(item->folder->get(), item->name.c_str(), staging->get(),
+                                       staged.c_str(), RENAME_NOREPLACE) == 0;
+        queued.push_back(moved ? Pending{staging, staged} : Pending{item->folder, item->name});
         outcomes.push_back({path, std::nullopt});
     }
     schedule(std::move(queued));
@@ -64,10 +81,16 @@ Eraser::erase(std::span<const GuardedRemoval> removals) {
 }
 
 void Eraser::resumePending() {
-    std::vector<std::string> leftovers;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(staging_, error))
-        leftovers.push_back(entry.path().string());
+    const auto staging = openedFolder(staging_);
+    if (!*staging) return;
+    std::vector<Pending> leftovers;
+    DIR* stream = ::fdopendir(::dup(staging->get()));
+    if (!stream) return;
+    while (const dirent* entry = ::readdir(stream)) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") leftovers.push_back({staging, std::string(name)});
+    }
+    ::closedir(stream);
     schedule(std::move(leftovers));
 }
 
@@ -76,13 +99,13 @@ void Eraser::waitUntilIdle() {
     idle_.wait(lock, [this] { return pending_ == 0; });
 }
 
-void Eraser::schedule(std::vector<std::string> paths) {
-    if (paths.empty()) return;
+void Eraser::schedule(std::vector<Pending> entries) {
+    if (entries.empty()) return;
     {
         std::lock_guard lock(mutex_);
-        pending_ += paths.size();
-        for (auto& path : paths)
-            queue_.push_back(std::move(path));
+        pending_ += entries.size();
+        for (auto& entry : entries)
+            queue_.push_back(std::move(entry));
     }
     wake_.notify_one();
 }
@@ -91,14 +114,14 @@ void Eraser::work(std::stop_token stop) {
     // Background work at low priority; on Linux the nice value is per thread.
     ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 10);
     while (true) {
-        std::string path;
+        Pending entry;
         {
             std::unique_lock lock(mutex_);
             if (!wake_.wait(lock, stop, [this] { return !queue_.empty(); })) return;
-            path = std::move(queue_.front());
+            entry = std::move(queue_.front());
             queue_.pop_front();
         }
-        remove(path);
+        remove(entry);
         {
             std::lock_guard lock(mutex_);
             --pending_;

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "BrantleServices/Descriptor.hpp"
+#include "BrantleServices/FileError.hpp"
 #include "BrantleServices/GuardVerdict.hpp"
 
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <expected>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -14,16 +17,6 @@
 #include <vector>
 
 namespace brantle {
-
-/// A file-system error: the errno value and the path it concerns.
-struct FileError {
-    int code;
-    std::string path;
-
-    /// The system's description of the error ("No such file or directory").
-    std::string description() const;
-    bool operator==(const FileError&) const = default;
-};
 
 /// What became of one removal handed to the eraser.
 struct EraseOutcome {
@@ -55,8 +48,11 @@ public:
     const std::string& staging() const { return staging_; }
 
     /// Stages every item (or queues it where it stands when it is on another volume) and
-    /// returns one outcome per item in order; deletion continues in the background. Fails as
-    /// a whole, touching nothing, only when the staging folder cannot be created.
+    /// returns one outcome per item in order; deletion continues in the background. Each item
+    /// is reached through its judged path without following links and then handled relative
+    /// to its folder's descriptor only; an item reached through a link, or that is a mount
+    /// point, fails with its reason. Fails as a whole, touching nothing, only when the staging
+    /// folder cannot be created.
     std::expected<std::vector<EraseOutcome>, FileError>
     erase(std::span<const GuardedRemoval> removals);
     /// Queues deletion of everything left in the staging folder.
@@ -64,19 +60,28 @@ public:
     /// Returns when every queued deletion has finished.
     void waitUntilIdle();
 
-    /// Deletes a path with everything inside it, never following symbolic links; a folder's
-    /// entries go in parallel. Errors are ignored.
+    /// Deletes a path with everything inside it, never following symbolic links nor leaving
+    /// the item's mount; a folder's entries go in parallel. A path through a link is left
+    /// alone. Errors are ignored.
     static void remove(const std::string& path);
 
+    /// The entry `name` of an open folder, waiting to be deleted.
+    struct Pending {
+        std::shared_ptr<const Descriptor> folder;
+        std::string name;
+    };
+    /// Deletes one entry as `remove` does.
+    static void remove(const Pending& entry);
+
 private:
-    void schedule(std::vector<std::string> paths);
+    void schedule(std::vector<Pending> entries);
     void work(std::stop_token stop);
 
     std::string staging_;
     std::mutex mutex_;
     std::condition_variable_any wake_;
     std::condition_variable idle_;
-    std::deque<std::string> queue_;
+    std::deque<Pending> queue_;
     std::size_t pending_ = 0; // queued or under way
     std::jthread worker_;
 };

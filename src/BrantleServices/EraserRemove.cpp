@@ -1,7 +1,7 @@
 // Eraser::remove: a folder's entries are removed in parallel, then the folder itself.
 #include "BrantleServices/Eraser.hpp"
 
-#include "BrantleCore/PathText.hpp"
+#include "BrantleServices/AnchoredItem.hpp"
 #include "BrantleServices/RecursiveRemoval.hpp"
 
 #include <algorithm>
@@ -15,20 +15,6 @@
 namespace brantle {
 
 namespace {
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 std::vector<std::string> entryNames(int folder) {
     std::vector<std::string> names;
@@ -63,19 +49,25 @@ void removeInParallel(int folder, const std::vector<std::string>& names) {
 } // namespace
 
 void Eraser::remove(const std::string& path) {
+    if (auto item = AnchoredItem::open(path)) remove(Pending{item->folder, item->name});
+}
+
+void Eraser::remove(const Pending& entry) {
+    const int parent = entry.folder->get();
+    const char* name = entry.name.c_str();
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0) return;
-    const std::string name(PathText::lastComponent(path));
-    const Descriptor parent(
-        ::open(std::string(PathText::parent(path)).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (parent.get() < 0) return;
+    if (parent < 0 || ::fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+    if (isMountRoot(parent, name)) return;
     if (S_ISDIR(status.st_mode)) {
+        // Each entry is removed on its own and refuses to leave its mount, so a bind mount
+        // right inside the folder is skipped like any deeper one.
         const Descriptor folder(
-            ::openat(parent.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        const auto names = folder.get() < 0 ? std::vector<std::string>() : entryNames(folder.get());
-        if (names.size() >= 2) removeInParallel(folder.get(), names);
+            ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        const auto names = folder ? entryNames(folder.get()) : std::vector<std::string>();
+        if (names.size() >= 2 && !isMountRoot(folder.get(), ""))
+            removeInParallel(folder.get(), names);
     }
-    RecursiveRemoval::removeEntry(parent.get(), name);
+    RecursiveRemoval::removeEntry(parent, entry.name);
 }
 
 } // namespace brantle

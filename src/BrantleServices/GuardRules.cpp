@@ -4,6 +4,8 @@
 #include "BrantleServices/DeletionGuard.hpp"
 
 #include <algorithm>
+#include <cstdlib>
+#include <functional>
 #include <ranges>
 #include <sys/stat.h>
 
@@ -42,22 +44,72 @@ std::string resolved(const std::string& path, const std::string& home) {
     return path;
 }
 
-void resolve(Folders& folders, const std::string& home) {
-    for (auto& folder : folders)
-        folder = resolved(folder, home);
+std::string folded(std::string text) {
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
 }
 
-PlatformProfile resolvedProfile(PlatformProfile p, const std::string& home) {
+// Every home-relative entry once per home; folded when the profile folds case.
+template <typename Entry, typename Field>
+void resolve(std::vector<Entry>& entries, const std::vector<std::string>& homes, bool fold,
+             Field field) {
+    std::vector<Entry> out;
+    for (const auto& entry : entries) {
+        for (std::size_t i = 0; i < homes.size(); ++i) {
+            if (i > 0 && !std::invoke(field, entry).starts_with('~')) break;
+            Entry copy = entry;
+            auto& text = std::invoke(field, copy);
+            text = resolved(text, homes[i]);
+            if (fold) text = folded(std::move(text));
+            out.push_back(std::move(copy));
+        }
+    }
+    entries = std::move(out);
+}
+
+// A folder given by its link-resolved path is the same folder: its real path is listed too.
+void addRealPaths(Folders& folders) {
+    const std::size_t given = folders.size();
+    for (std::size_t i = 0; i < given; ++i) {
+        char* real = ::realpath(folders[i].c_str(), nullptr);
+        if (!real) continue;
+        if (std::ranges::find(folders, std::string_view(real)) == folders.end())
+            folders.emplace_back(real);
+        std::free(real);
+    }
+}
+
+PlatformProfile resolvedProfile(PlatformProfile p, const std::vector<std::string>& homes) {
+    const auto text = [](auto& s) -> auto& {
+        return s;
+    };
     for (auto* list : {&p.volumeFolders, &p.topLevelFolders, &p.systemFolders, &p.standardFolders,
                        &p.secretFolders, &p.structuralFolders, &p.cloudRootParents, &p.cloudRoots,
-                       &p.appDataFolders, &p.disposableAppData, &p.sharedFolders})
-        resolve(*list, home);
-    p.systemExemptFolder = resolved(p.systemExemptFolder, home);
-    for (auto& parent : p.structuralParents)
-        parent.folder = resolved(parent.folder, home);
-    for (auto& app : p.applications)
-        app.folder = resolved(app.folder, home);
+                       &p.appDataFolders, &p.disposableAppData, &p.sharedFolders, &p.trashFolders,
+                       &p.volumeTrashNames, &p.trashInnerFolders})
+        resolve(*list, homes, p.foldsCase, text);
+    if (!p.foldsCase) addRealPaths(p.standardFolders);
+    p.systemExemptFolder = resolved(p.systemExemptFolder, homes.front());
+    if (p.foldsCase) p.systemExemptFolder = folded(p.systemExemptFolder);
+    resolve(p.structuralParents, homes, p.foldsCase, &PlatformProfile::ReasonedFolder::folder);
+    resolve(p.applications, homes, p.foldsCase, &PlatformProfile::AppPattern::folder);
+    if (p.foldsCase) {
+        for (auto& app : p.applications)
+            app.suffix = folded(app.suffix);
+    }
     return p;
+}
+
+bool matchesName(std::string_view name, std::string_view pattern) {
+    if (!pattern.ends_with('*')) return name == pattern;
+    const auto stem = pattern.substr(0, pattern.size() - 1);
+    return name.size() > stem.size() && name.starts_with(stem) &&
+           name.substr(stem.size()).find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool isNumber(std::string_view name) {
+    return !name.empty() && name.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 bool isDirectory(std::string_view path) {
@@ -67,20 +119,31 @@ bool isDirectory(std::string_view path) {
 
 } // namespace
 
-GuardRules::GuardRules(const PlatformProfile& profile, const std::string& home,
+GuardRules::GuardRules(const PlatformProfile& profile, const std::vector<std::string>& homes,
                        std::string appBundle, RunningAppPredicate isRunningApp)
-    : profile_(resolvedProfile(profile, home)), home_(home), appBundle_(std::move(appBundle)),
-      isRunningApp_(std::move(isRunningApp)) {}
+    : profile_(resolvedProfile(profile, homes)), homes_(homes), appBundle_(std::move(appBundle)),
+      isRunningApp_(std::move(isRunningApp)) {
+    if (!profile_.foldsCase) return;
+    for (auto& home : homes_)
+        home = folded(std::move(home));
+    appBundle_ = folded(std::move(appBundle_));
+}
 
-std::optional<std::string> GuardRules::blockReason(std::string_view path) const {
-    if (auto reason = placeReason(path)) return reason;
+std::string GuardRules::compared(std::string_view path) const {
+    return profile_.foldsCase ? folded(std::string(path)) : std::string(path);
+}
+
+std::optional<std::string> GuardRules::blockReason(std::string_view original) const {
+    const std::string whole(original);
+    const std::string path = compared(original);
+    if (auto reason = placeReason(path, whole)) return reason;
     if (auto reason = packageReason(path)) return reason;
     return structureReason(path);
 }
 
-std::optional<std::string> GuardRules::placeReason(std::string_view path) const {
+std::optional<std::string> GuardRules::placeReason(std::string_view path,
+                                                   const std::string& whole) const {
     const auto& p = profile_;
-    const std::string whole(path);
     if (path == "/" || equalsAny(PathText::parent(path), p.volumeFolders) ||
         (p.isMountPoint && p.isMountPoint(whole)))
         return "A whole volume can't be moved to the Trash";
@@ -89,6 +152,7 @@ std::optional<std::string> GuardRules::placeReason(std::string_view path) const 
         return p.systemReason;
     if (equalsAny(path, p.standardFolders)) return "Standard folder in your home";
     if (atOrInsideAny(path, p.secretFolders)) return "Holds passwords or keys";
+    if (isTrashFolder(path)) return "The Trash itself — empty the Trash instead";
     if (!appBundle_.empty() && isAtOrInside(path, appBundle_)) return "Ambrel itself";
     if (isRunningApp_ && isRunningApp_(whole)) return "This app is running — quit it first";
     return std::nullopt;
@@ -97,10 +161,12 @@ std::optional<std::string> GuardRules::placeReason(std::string_view path) const 
 // Libraries and app bundles may go as a whole; only what lies inside them is blocked.
 std::optional<std::string> GuardRules::packageReason(std::string_view path) const {
     const auto parts = PathText::components(path);
+    const auto contents = compared("Contents");
+    const auto wrapper = compared("Wrapper");
     for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
         if (parts[i].ends_with(".photoslibrary") || parts[i].ends_with(".musiclibrary"))
             return "Inside a Photos or Music library — remove items from within that app";
-        if (parts[i].ends_with(".app") && (parts[i + 1] == "Contents" || parts[i + 1] == "Wrapper"))
+        if (parts[i].ends_with(".app") && (parts[i + 1] == contents || parts[i + 1] == wrapper))
             return "Part of an app — removing it would break the app. Remove the whole app instead";
     }
     return std::nullopt;
@@ -118,7 +184,26 @@ std::optional<std::string> GuardRules::structureReason(std::string_view path) co
     return std::nullopt;
 }
 
-std::optional<std::string> GuardRules::caution(std::string_view path) const {
+bool GuardRules::isTrashFolder(std::string_view path) const {
+    const auto& p = profile_;
+    const auto isTrash = [&](std::string_view folder) {
+        const auto name = PathText::lastComponent(folder);
+        const auto parentName = PathText::lastComponent(PathText::parent(folder));
+        return equalsAny(folder, p.trashFolders) ||
+               std::ranges::any_of(p.volumeTrashNames,
+                                   [&](const auto& n) { return matchesName(name, n); }) ||
+               (isNumber(name) && std::ranges::any_of(p.volumeTrashNames, [&](const auto& n) {
+                    return !n.ends_with('*') && parentName == n;
+                }));
+    };
+    if (isTrash(path)) return true;
+    return equalsAny(PathText::lastComponent(path), p.trashInnerFolders) &&
+           isTrash(PathText::parent(path));
+}
+
+std::optional<std::string> GuardRules::caution(std::string_view original) const {
+    const std::string whole(original);
+    const std::string path = compared(original);
     const auto& p = profile_;
     if (insideAny(path, p.cloudRootParents) || insideAny(path, p.cloudRoots))
         return "Stored in the cloud — deleting it also removes it from your other devices";
@@ -129,7 +214,7 @@ std::optional<std::string> GuardRules::caution(std::string_view path) const {
             return "Uninstalls this app";
     }
     if (insideAny(path, p.sharedFolders)) return "Shared system-wide software or settings";
-    return dotEntryCaution(path);
+    return dotEntryCaution(path, whole);
 }
 
 bool GuardRules::isDisposableAppData(std::string_view path) const {
@@ -138,11 +223,12 @@ bool GuardRules::isDisposableAppData(std::string_view path) const {
     });
 }
 
-std::optional<std::string> GuardRules::dotEntryCaution(std::string_view path) const {
+std::optional<std::string> GuardRules::dotEntryCaution(std::string_view path,
+                                                       const std::string& original) const {
     const auto name = PathText::lastComponent(path);
-    if (PathText::parent(path) != home_ || !name.starts_with('.')) return std::nullopt;
+    if (!equalsAny(PathText::parent(path), homes_) || !name.starts_with('.')) return std::nullopt;
     if (regenerableDotFolders().contains(name)) return std::nullopt;
-    if (isDirectory(path)) return "Settings or data for a developer tool";
+    if (isDirectory(original)) return "Settings or data for a developer tool";
     return "A settings file for your shell or developer tools";
 }
 

@@ -16,8 +16,10 @@ class GuardRules {
 public:
     using RunningAppPredicate = std::function<bool(const std::string& path)>;
 
-    GuardRules(const PlatformProfile& profile, const std::string& home, std::string appBundle,
-               RunningAppPredicate isRunningApp);
+    /// `homes` holds the home folder as given and, when it differs, its real path: both name
+    /// the same folders, so a home reached through a linked "/home" is protected either way.
+    GuardRules(const PlatformProfile& profile, const std::vector<std::string>& homes,
+               std::string appBundle, RunningAppPredicate isRunningApp);
 
     /// The reason the path may not be removed (the first matching rule), or none.
     std::optional<std::string> blockReason(std::string_view path) const;
@@ -25,14 +27,20 @@ public:
     std::optional<std::string> caution(std::string_view path) const;
 
 private:
-    std::optional<std::string> placeReason(std::string_view path) const;
+    // `path` is the path as compared (case-folded where the profile says so); `original` is
+    // the path as given, for the questions asked of the system.
+    std::optional<std::string> placeReason(std::string_view path,
+                                           const std::string& original) const;
     std::optional<std::string> packageReason(std::string_view path) const;
     std::optional<std::string> structureReason(std::string_view path) const;
+    bool isTrashFolder(std::string_view path) const;
     bool isDisposableAppData(std::string_view path) const;
-    std::optional<std::string> dotEntryCaution(std::string_view path) const;
+    std::optional<std::string> dotEntryCaution(std::string_view path,
+                                               const std::string& original) const;
+    std::string compared(std::string_view path) const;
 
     PlatformProfile profile_; // with every "~" resolved
-    std::string home_;
+    std::vector<std::string> homes_;
     std::string appBundle_;
     RunningAppPredicate isRunningApp_;
 };

@@ -50,6 +50,9 @@ PlatformProfile PlatformProfile::linux() {
     p.disposableAppData = {"~/.var/app/*/cache", "~/.local/share/Trash"};
     p.applications = {{"", ".AppImage"}};
     p.sharedFolders = {"/usr/local", "/opt", "/srv", "/var"};
+    p.trashFolders = {"~/.local/share/Trash"};
+    p.volumeTrashNames = {".Trash", ".Trash-*"};
+    p.trashInnerFolders = {"files", "info", "expunged"};
     return p;
 }
 

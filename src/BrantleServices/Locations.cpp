@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QStandardPaths>
 
+#include <cstdlib>
+
 namespace brantle::Locations {
 
 std::string dataDirectory() {
@@ -17,6 +19,27 @@ std::string cacheDirectory() {
 
 std::string homeDirectory() {
     return QDir::homePath().toStdString();
+}
+
+std::string realHomeDirectory() {
+    const auto home = homeDirectory();
+    char* real = ::realpath(home.c_str(), nullptr);
+    if (!real) return home;
+    std::string resolved(real);
+    std::free(real);
+    return resolved;
+}
+
+std::string homeIn(const FileTree& tree) {
+    const auto home = homeDirectory();
+    if (tree.node(home)) return home;
+    const auto real = realHomeDirectory();
+    return tree.node(real) ? real : home;
+}
+
+std::string trashDirectory() {
+    return (QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Trash")
+        .toStdString();
 }
 
 } // namespace brantle::Locations

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BrantleCore/FileTree.hpp"
+
 #include <string>
 
 namespace brantle {
@@ -14,6 +16,15 @@ std::string dataDirectory();
 std::string cacheDirectory();
 /// The user's home folder.
 std::string homeDirectory();
+/// The home folder with every symbolic link resolved ("/var/home/u" when "/home" links to
+/// "/var/home"), or the home folder as given when it cannot be resolved.
+std::string realHomeDirectory();
+/// The home folder as the tree names it: as given when the tree holds it, else its real
+/// path when the tree holds that (a startup-disk scan reaches a linked home by its real
+/// path), else the home folder as given.
+std::string homeIn(const FileTree& tree);
+/// The user's Trash folder of the freedesktop.org Trash: "Trash" in the data home.
+std::string trashDirectory();
 
 } // namespace Locations
 

@@ -47,6 +47,7 @@ PlatformProfile PlatformProfile::macOS() {
                            "~/Library/pnpm/store"};
     p.applications = {{"/Applications", ".app"}};
     p.sharedFolders = {"/Library", "/usr/local", "/opt"};
+    p.foldsCase = true;
     return p;
 }
 

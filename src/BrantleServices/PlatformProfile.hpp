@@ -55,6 +55,16 @@ struct PlatformProfile {
     std::vector<AppPattern> applications;
     /// Folders of software and settings shared by every user (caution inside them).
     std::vector<std::string> sharedFolders;
+    /// The Trash: the user's Trash folders, the names of volumes' Trash folders ("*" stands
+    /// for the user id), and the folders inside a Trash that hold its items. Each is blocked
+    /// itself, as is a numeric (per-user) folder in a volume's Trash; the items inside stay
+    /// removable.
+    std::vector<std::string> trashFolders;
+    std::vector<std::string> volumeTrashNames;
+    std::vector<std::string> trashInnerFolders;
+    /// Whether paths compare without regard to letter case, as on the system's default
+    /// volumes (ASCII letters).
+    bool foldsCase = false;
 
     /// The profile of macOS, with its lists exactly as that system has them.
     static PlatformProfile macOS();

@@ -1,10 +1,14 @@
 #include "BrantleServices/RecursiveRemoval.hpp"
 
+#include "BrantleServices/AnchoredItem.hpp"
+
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <unordered_set>
 #include <utility>
@@ -22,6 +26,15 @@ struct Level {
     std::string name;                       // the folder's name in its parent
     DIR* stream;                            // null while closed to save descriptors
     std::unordered_set<std::string> failed; // entries that stay; skipped when listed again
+    dev_t device;                           // who the folder is, checked when it is reopened
+    ino_t inode;
+};
+
+// The mount the removed item lives on; nothing on another mount is entered, not even a bind
+// mount of the same file system (same device number, another mount id).
+struct Mount {
+    dev_t device;
+    std::uint64_t id; // 0 when the kernel cannot tell
 };
 
 bool isDot(const char* name) {
@@ -35,24 +48,37 @@ bool isFolder(int folder, const dirent& entry) {
            S_ISDIR(status.st_mode);
 }
 
-dev_t deviceOf(int descriptor) {
-    struct stat status {};
-    return ::fstat(descriptor, &status) == 0 ? status.st_dev : dev_t(-1);
+int openChild(int parent, const char* name) {
+    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    open_how how{};
+    how.flags = flags;
+    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_XDEV;
+    const long fd = ::syscall(SYS_openat2, parent, name, &how, sizeof how);
+    if (fd >= 0 || (errno != ENOSYS && errno != EPERM && errno != E2BIG && errno != EINVAL))
+        return static_cast<int>(fd);
+    return ::openat(parent, name, flags);
 }
 
-// Opens a child folder on the given device without following a link; null otherwise.
-DIR* openFolder(int parent, const char* name, dev_t device) {
-    const int fd = ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+// Opens a child folder on the item's mount without following a link; null otherwise.
+DIR* openFolder(int parent, const char* name, const Mount& mount, struct stat& status) {
+    const int fd = openChild(parent, name);
     if (fd < 0) return nullptr;
-    DIR* stream = deviceOf(fd) == device ? ::fdopendir(fd) : nullptr;
+    const bool sameMount = ::fstat(fd, &status) == 0 && status.st_dev == mount.device &&
+                           (mount.id == 0 || mountIdOf(fd, "") == mount.id) && !isMountRoot(fd, "");
+    DIR* stream = sameMount ? ::fdopendir(fd) : nullptr;
     if (!stream) ::close(fd);
     return stream;
 }
 
-DIR* reopenedParent(DIR* child) {
+// The parent folder opened again through "..", only when it is still the folder left there:
+// a folder moved away meanwhile has another parent, which must not be emptied.
+DIR* reopenedParent(DIR* child, const Level& parent) {
     const int fd = ::openat(::dirfd(child), "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) return nullptr;
-    DIR* stream = ::fdopendir(fd);
+    struct stat status {};
+    const bool same = ::fstat(fd, &status) == 0 && status.st_dev == parent.device &&
+                      status.st_ino == parent.inode;
+    DIR* stream = same ? ::fdopendir(fd) : nullptr;
     if (!stream) ::close(fd);
     return stream;
 }
@@ -64,16 +90,17 @@ void closeAll(std::vector<Level>& levels) {
 }
 
 // Removes a plain entry, or descends into a folder; false when the entry stays.
-bool removeOrDescend(std::vector<Level>& levels, const dirent& entry, dev_t device) {
+bool removeOrDescend(std::vector<Level>& levels, const dirent& entry, const Mount& mount) {
     const int fd = ::dirfd(levels.back().stream);
     if (!isFolder(fd, entry)) return ::unlinkat(fd, entry.d_name, 0) == 0;
-    DIR* child = openFolder(fd, entry.d_name, device);
+    struct stat status {};
+    DIR* child = openFolder(fd, entry.d_name, mount, status);
     if (!child) return ::unlinkat(fd, entry.d_name, AT_REMOVEDIR) == 0;
     if (levels.size() >= maxOpenLevels) {
         auto& oldest = levels[levels.size() - maxOpenLevels];
         if (oldest.stream) ::closedir(std::exchange(oldest.stream, nullptr));
     }
-    levels.push_back({entry.d_name, child, {}});
+    levels.push_back({entry.d_name, child, {}, status.st_dev, status.st_ino});
     return true;
 }
 
@@ -83,7 +110,7 @@ bool ascend(std::vector<Level>& levels) {
     Level finished = std::move(levels.back());
     levels.pop_back();
     Level& parent = levels.back();
-    if (!parent.stream) parent.stream = reopenedParent(finished.stream);
+    if (!parent.stream) parent.stream = reopenedParent(finished.stream, parent);
     ::closedir(finished.stream);
     if (!parent.stream) return false;
     if (::unlinkat(::dirfd(parent.stream), finished.name.c_str(), AT_REMOVEDIR) != 0)
@@ -95,18 +122,21 @@ bool ascend(std::vector<Level>& levels) {
 
 void removeEntry(int folder, const std::string& name) {
     if (::unlinkat(folder, name.c_str(), 0) == 0 || (errno != EISDIR && errno != EPERM)) return;
-    const dev_t device = deviceOf(folder);
-    DIR* top = openFolder(folder, name.c_str(), device);
+    if (isMountRoot(folder, name.c_str())) return;
+    struct stat status {};
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+    const Mount mount{status.st_dev, mountIdOf(folder, name.c_str())};
+    DIR* top = openFolder(folder, name.c_str(), mount, status);
     if (!top) return;
     std::vector<Level> levels;
-    levels.push_back({name, top, {}});
+    levels.push_back({name, top, {}, status.st_dev, status.st_ino});
     while (true) {
         errno = 0;
         if (const dirent* entry = ::readdir(levels.back().stream)) {
             auto& level = levels.back();
             if (isDot(entry->d_name) || level.failed.contains(entry->d_name)) continue;
             const std::string entryName = entry->d_name;
-            if (!removeOrDescend(levels, *entry, device)) levels.back().failed.insert(entryName);
+            if (!removeOrDescend(levels, *entry, mount)) levels.back().failed.insert(entryName);
             continue;
         }
         if (levels.size() == 1) break;

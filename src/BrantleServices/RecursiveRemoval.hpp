@@ -9,7 +9,8 @@ namespace brantle {
 namespace RecursiveRemoval {
 
 /// Removes the entry `name` of the open folder `folder`, with everything inside it. Folders
-/// on another device than `folder` (mounted volumes) are not entered. Errors are ignored:
+/// on another mount than the entry itself (mounted volumes, bind mounts) are not entered, and
+/// an entry that is itself a mount root is left alone. Errors are ignored:
 /// whatever cannot be removed stays, and the rest goes.
 void removeEntry(int folder, const std::string& name);
 

@@ -20,7 +20,7 @@ std::vector<Group> regroup(const ShorelineContext& context, const Group& group,
                            DigestFunction digestOf) {
     std::map<FileDigest::Digest, Group> byDigest;
     for (const NodeId node : group) {
-        if (const auto digest = digestOf(context.tree.path(node)))
+        if (const auto digest = digestOf(context.tree.rawPath(node)))
             byDigest[*digest].push_back(node);
     }
     std::vector<Group> out;

@@ -53,12 +53,12 @@ void proposeCopies(const ShorelineContext& context, const std::vector<NodeId>& s
     };
     std::vector<Copy> copies;
     for (const NodeId node : set) {
-        std::string path = context.tree.path(node);
+        std::string path = context.tree.rawPath(node);
         const Rank rank = rankOf(context, node, path);
         copies.push_back({node, std::move(path), rank});
     }
     std::ranges::stable_sort(copies, std::less<>{}, &Copy::rank);
-    const std::string& kept = copies.front().path;
+    const std::string kept = context.tree.path(copies.front().node);
     const std::string display =
         kept.starts_with(context.home) ? "~" + kept.substr(context.home.size()) : kept;
     for (std::size_t i = 1; i < copies.size(); ++i) {

@@ -20,7 +20,11 @@ struct Candidate {
 
 /// A candidate the engine accepted; identified by its path.
 struct Finding {
+    /// The node's path with its names as stored: the one judged and removed.
     std::string path;
+    /// The same with invalid UTF-8 repaired, for display only: two raw names can repair to
+    /// one, so nothing may act on it.
+    std::string displayPath;
     std::string name;
     std::uint64_t bytes = 0;
     Safety safety = Safety::review;

@@ -12,7 +12,7 @@ LargeOldFilesRule::LargeOldFilesRule()
 std::vector<Candidate> LargeOldFilesRule::candidates(const ShorelineContext& context) const {
     std::vector<Candidate> out;
     for (const auto node : UserFiles::walk(context, context.largeFileMinBytes)) {
-        const std::string path = context.tree.path(node);
+        const std::string path = context.tree.rawPath(node);
         if (DuplicatesRule::inManagedLibrary(path, context)) continue;
         const auto days = context.idleDays(node, path);
         if (days >= 180)

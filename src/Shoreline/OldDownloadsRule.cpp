@@ -11,7 +11,7 @@ std::vector<Candidate> OldDownloadsRule::candidates(const ShorelineContext& cont
     std::vector<Candidate> out;
     for (const auto child : context.children(context.folders().downloads)) {
         if (context.tree.size(child) < oneMiB) continue;
-        const auto days = context.idleDays(child, context.tree.path(child));
+        const auto days = context.idleDays(child, context.tree.rawPath(child));
         if (days >= 90)
             out.push_back(
                 {child, Safety::review, "Not opened in " + groupedCount(days) + " days."});

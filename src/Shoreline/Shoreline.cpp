@@ -30,13 +30,14 @@ std::vector<Finding> acceptedFindings(const ShorelineContext& context,
                                       ClaimedPaths& claimed) {
     std::vector<Finding> findings;
     for (const auto& candidate : candidates) {
-        std::string path = context.tree.path(candidate.node);
+        std::string path = context.tree.rawPath(candidate.node);
         if (overlapsClaimed(claimed, path)) continue;
         const auto verdict = context.guardian.check(path);
         const brantle::GuardedRemoval* removal = verdict.removal();
         if (!removal) continue;
         claimed.insert(path);
         findings.push_back(Finding{.path = std::move(path),
+                                   .displayPath = context.tree.path(candidate.node),
                                    .name = context.tree.name(candidate.node),
                                    .bytes = context.tree.size(candidate.node),
                                    .safety = candidate.safety,

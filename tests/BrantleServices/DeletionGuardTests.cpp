@@ -69,12 +69,16 @@ const std::string uninstalls = "allowed: Uninstalls this app";
 const std::string shared = "allowed: Shared system-wide software or settings";
 const std::string devTool = "allowed: Settings or data for a developer tool";
 const std::string shellFile = "allowed: A settings file for your shell or developer tools";
+const std::string trash = "blocked: The Trash itself — empty the Trash instead";
+const std::string nulByte = "blocked: Not a valid path — it holds a NUL byte";
 
 // Rules and cautions that read the same on both systems.
 const std::vector<Row> commonRows = {
     {"relative/path", "blocked: Not an absolute path"},
     {"", "blocked: Not an absolute path"},
     {"./~", "blocked: Not an absolute path"},
+    {std::string("~/\0junk", 7), nulByte},
+    {std::string("/tmp/a\0/x", 10), nulByte},
     {"/", wholeVolume},
     {"/..", wholeVolume},
     {"~", standard},
@@ -183,6 +187,15 @@ TEST(DeletionGuard, MacProfileRules) {
                           {"~/Apps/x.AppImage", "allowed"},
                           {"/mnt/usb", "allowed"},
                           {"/home", "allowed"},
+                          {"/users", topLevel},
+                          {"/SYSTEM", "blocked: Part of macOS"},
+                          {"/System/library/X", "blocked: Part of macOS"},
+                          {"~/.SSH", secrets},
+                          {"~/LIBRARY/Keychains/x", secrets},
+                          {"~/downloads", standard},
+                          {"/applications/Foo.APP/contents/x", partOfApp},
+                          {"/APPLICATIONS/ambrel.app", itself},
+                          {"/Applications/foo.App", uninstalls},
                       });
 }
 
@@ -247,8 +260,18 @@ TEST(DeletionGuard, LinuxProfileRules) {
                    {"~/.var/app/org.x.App/data", appData},
                    {"~/.var/app/org.x.App/cache", "allowed"},
                    {"~/.var/app/org.x.App/cache/fontconfig", "allowed"},
-                   {"~/.local/share/Trash", "allowed"},
+                   {"~/.local/share/Trash", trash},
+                   {"~/.local/share/Trash/files", trash},
+                   {"~/.local/share/Trash/info", trash},
                    {"~/.local/share/Trash/files/x", "allowed"},
+                   {"~/.local/share/Trash/files/info", "allowed"},
+                   {"/mnt/usb/.Trash-1000", trash},
+                   {"/mnt/usb/.Trash-1000/files", trash},
+                   {"/mnt/usb/.Trash", trash},
+                   {"/mnt/usb/.Trash/1000", trash},
+                   {"/mnt/usb/.Trash/1000/expunged", trash},
+                   {"/mnt/usb/.Trash/1000/files/old.iso", "allowed"},
+                   {"/mnt/usb/.Trash-me", "allowed"},
                    {"~/.local/share/Trashcan", appData},
                    {"~/Dropbox", cloudRoot},
                    {"~/Nextcloud", cloudRoot},
@@ -256,6 +279,31 @@ TEST(DeletionGuard, LinuxProfileRules) {
                    {"~/Dropboxer", "allowed"},
                    {"~/Library/Caches", "allowed"},
                });
+}
+
+// With "/home" a link to "/var/home", a startup-disk scan names the home by its real path.
+TEST(DeletionGuard, LinkedHomeIsProtectedByItsRealPathToo) {
+    TempFolder root;
+    std::filesystem::create_directories(root / "var/home/u/.ssh");
+    std::filesystem::create_directories(root / "data/docs");
+    std::filesystem::create_directory_symlink(root / "var/home", root / "home");
+    std::filesystem::create_directory_symlink(root / "data/docs", root / "var/home/u/Documents");
+    auto profile = PlatformProfile::linux();
+    profile.isMountPoint = nullptr;
+    const DeletionGuard guard(root / "home/u", "/nonexistent", nullptr,
+                              std::make_shared<const PlatformProfile>(std::move(profile)));
+    const auto real = root / "var/home/u";
+    expectRows(guard, {
+                          {real, standard},
+                          {real + "/.ssh/id_ed25519", secrets},
+                          {real + "/Downloads", standard},
+                          {real + "/.local/share/Trash", trash},
+                          {real + "/.config/app", appData},
+                          {real + "/.zshrc", shellFile},
+                          {root / "data/docs", standard},
+                          {root / "home/u/.ssh", secrets},
+                          {real + "/project", "allowed"},
+                      });
 }
 
 TEST(DeletionGuard, AllowedRemovalCarriesTheStandardisedPath) {
