@@ -36,11 +36,13 @@ std::optional<int> parseCount(std::string_view text);
 
 // The subcommands, each defined in its NameCommand.cpp.
 extern const Command catchUpCommand;
+extern const Command eraseCommand;
 extern const Command guardCommand;
 extern const Command lzfseCommand;
 extern const Command ringCommand;
 extern const Command scanCommand;
 extern const Command snapshotCommand;
 extern const Command suggestCommand;
+extern const Command trashCommand;
 
 } // namespace brantle::cli

@@ -15,12 +15,14 @@ namespace brantle::cli {
 // Subcommands register here, one line each.
 const std::array commands{
     catchUpCommand,
+    eraseCommand,
     guardCommand,
     lzfseCommand,
     ringCommand,
     scanCommand,
     snapshotCommand,
     suggestCommand,
+    trashCommand,
 };
 
 int usageError(const Command& command) {
