@@ -1,4 +1,6 @@
+#include "BrantleServices/Eraser.hpp"
 #include "Shoreline/LastUsed.hpp"
+#include "Shoreline/Rules.hpp"
 #include "Shoreline/RunningApps.hpp"
 #include "Shoreline/Shoreline.hpp"
 #include "TestHome.hpp"
@@ -199,3 +201,32 @@ TEST(ShorelineContext, HelpersAndDefaults) {
 }
 
 } // namespace
+
+// Two installers whose raw names repair to the same text: each finding judges, sizes and
+// removes its own file, and only the shown path is repaired.
+TEST(Shoreline, FindingsActOnRawNamesAndShowRepairedOnes) {
+    TestHome home;
+    const std::string invalid = "Downloads/setup\xff.deb";
+    const std::string repaired = "Downloads/setup\xef\xbf\xbd.deb";
+    home.file(invalid, 8192, 20);
+    home.file(repaired, 4096, 20);
+    const auto context = home.context();
+    Rules rules;
+    rules.push_back(std::make_unique<InstallersRule>());
+    const auto categories = Shoreline::analyze(context, rules);
+
+    ASSERT_EQ(categories.size(), 1u);
+    const auto& findings = categories[0].findings;
+    ASSERT_EQ(findings.size(), 2u);
+    EXPECT_EQ(findings[0].path, home / invalid);
+    EXPECT_EQ(findings[0].displayPath, home / repaired);
+    EXPECT_EQ(findings[0].bytes, 8192u);
+    EXPECT_EQ(findings[0].removal.path(), home / invalid);
+    EXPECT_EQ(findings[1].path, home / repaired);
+
+    brantle::Eraser eraser(home / "staging");
+    ASSERT_TRUE(eraser.erase(std::span(&findings[0].removal, 1)));
+    eraser.waitUntilIdle();
+    EXPECT_FALSE(std::filesystem::exists(home / invalid));
+    EXPECT_EQ(std::filesystem::file_size(home / repaired), 4096u);
+}
