@@ -26,7 +26,10 @@ struct RecycleOutcome {
 namespace Recycler {
 
 /// Moves the items one at a time, in order, and reports one outcome per item; a failure does
-/// not stop the others. Blocks until every item is handled, so call it off the main thread.
+/// not stop the others. Each item is reached through its judged path without following links
+/// and moved relative to its folder's descriptor; one reached through a link, or that is a
+/// mount point, fails with its reason. Blocks until every item is handled, so call it off the
+/// main thread.
 std::vector<RecycleOutcome> recycle(std::span<const GuardedRemoval> removals);
 
 } // namespace Recycler
