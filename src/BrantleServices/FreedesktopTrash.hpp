@@ -9,7 +9,7 @@
 
 namespace brantle {
 
-/// The freedesktop.org Trash (specification 1.0) worked through descriptors: the home Trash
+/// The freedesktop.org Trash (version 1.0) worked through descriptors: the home Trash
 /// in the data folder for items on its volume, else the volume's own "$topdir/.Trash/$uid"
 /// (when ".Trash" is a sticky folder, not a link) or "$topdir/.Trash-$uid". The trash info
 /// file is written first, created exclusively, and the item is then renamed from its
