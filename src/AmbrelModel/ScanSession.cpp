@@ -46,7 +46,6 @@ std::shared_ptr<brantle::DiskScanner> makeScanner(const std::string& rootPath) {
 ScanSession::ScanSession(QObject* parent) : QObject(parent) {
     // A scan, a snapshot save and an analysis may all be under way at once.
     backgroundPool_.setMaxThreadCount(std::max(4, QThread::idealThreadCount()));
-    windowPool_.setMaxThreadCount(1);
 }
 
 ScanSession::~ScanSession() {
