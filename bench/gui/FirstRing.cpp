@@ -68,8 +68,8 @@ int main(int argc, char* argv[]) {
     });
     // Ready comes after the catch-up, which may end before or after the first ring.
     QObject::connect(&model, &ambrel::AppModel::phaseChanged, [&] {
-        if (model.phase() == ambrel::AppModel::Phase::scanning) scanned = true;
-        if (model.phase() != ambrel::AppModel::Phase::ready) return;
+        if (model.phase() == ambrel::AppModel::Phase::Scanning) scanned = true;
+        if (model.phase() != ambrel::AppModel::Phase::Ready) return;
         ready = true;
         std::printf("model ready: %.0f ms (nodes: %zu, full scan: %s)\n",
                     millisecondsSince(launchedAt), model.tree()->count(), scanned ? "yes" : "no");

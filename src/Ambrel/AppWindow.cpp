@@ -2,15 +2,13 @@
 
 #include "AmbrelModel/AppModel.hpp"
 #include "BrantleServices/Locations.hpp"
-#include "RingItem.hpp"
 
-#include <QGuiApplication>
-#include <QPalette>
 #include <QProcess>
 #include <QQmlApplicationEngine>
-#include <QQmlContext>
 #include <QQuickWindow>
 #include <QStandardPaths>
+
+void qml_register_types_Ambrel();
 
 namespace ambrel {
 
@@ -52,33 +50,19 @@ void prepareRendering() {
 
 QQuickWindow* createMainWindow(QQmlApplicationEngine& engine, AppModel& model) {
     prepareRendering();
-    qmlRegisterType<RingItem>("Ambrel", 1, 0, "RingItem");
-    qmlRegisterUncreatableType<AppModel>("Ambrel", 1, 0, "AppModel",
-                                         QStringLiteral("The application has one model"));
-    const bool dark = QGuiApplication::palette().color(QPalette::Window).lightnessF() < 0.5;
-    engine.rootContext()->setContextProperty(QStringLiteral("appModel"), &model);
-    engine.rootContext()->setContextProperty(QStringLiteral("darkAppearance"), dark);
-    engine.rootContext()->setContextProperty(
-        QStringLiteral("homeFolder"),
-        QUrl::fromLocalFile(QString::fromStdString(brantle::Locations::homeDirectory())));
-    engine.load(QUrl(QStringLiteral("qrc:/qml/Main.qml")));
+    // The module's types live in this static library; taking the registration's address
+    // keeps the linker from dropping it.
+    volatile auto registration = &qml_register_types_Ambrel;
+    Q_UNUSED(registration);
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.setInitialProperties(
+        {{QStringLiteral("appModel"), QVariant::fromValue(&model)},
+         {QStringLiteral("reduceMotion"), desktopReducesMotion()},
+         {QStringLiteral("homeFolder"),
+          QUrl::fromLocalFile(QString::fromStdString(brantle::Locations::homeDirectory()))}});
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Ambrel/Main.qml")));
     if (engine.rootObjects().isEmpty()) return nullptr;
-    auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
-    auto* ring = window ? window->findChild<RingItem*>(QStringLiteral("ring")) : nullptr;
-    if (!ring) return nullptr;
-
-    ring->setDark(dark);
-    ring->setReduceMotion(desktopReducesMotion());
-    auto showLayout = [ring, &model] { ring->setSegments(model.segments(), model.parentLookup()); };
-    QObject::connect(&model, &AppModel::layoutIDChanged, ring, showLayout);
-    QObject::connect(&model, &AppModel::fullnessChanged, ring,
-                     [ring, &model] { ring->setLevel(model.fullness()); });
-    QObject::connect(ring, &RingItem::segmentClicked, &model,
-                     [&model](int index) { model.focusOn(model.folderAtSegment(index)); });
-    QObject::connect(ring, &RingItem::centerClicked, &model, &AppModel::goUp);
-    showLayout();
-    ring->setLevel(model.fullness());
-    return window;
+    return qobject_cast<QQuickWindow*>(engine.rootObjects().first());
 }
 
 } // namespace ambrel

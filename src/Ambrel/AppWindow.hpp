@@ -7,9 +7,8 @@ namespace ambrel {
 
 class AppModel;
 
-/// Loads the main window for `model` into `engine` and ties the ring to the model: new
-/// layouts morph in, the fullness eases, clicks focus folders and the centre goes up.
-/// Returns no window when the interface fails to load.
+/// Loads the main window for `model` into `engine`. Returns no window when the interface
+/// fails to load.
 QQuickWindow* createMainWindow(QQmlApplicationEngine& engine, AppModel& model);
 
 /// Chooses the cheaper ways to draw the window's frames (text, buffers, rasteriser threads);

@@ -1,8 +1,10 @@
 #include "RingItem.hpp"
 
 #include "DiscMaterial.hpp"
+#include "RingKit/RingMorph.hpp"
 #include "RingKit/RingTessellator.hpp"
 #include "RingKit/RingViewport.hpp"
+#include "RingKit/Theme.hpp"
 
 #include <QQuickWindow>
 #include <QSGFlatColorMaterial>
@@ -69,14 +71,19 @@ void placeDisc(QSGGeometryNode* node, const ringkit::RingViewport& viewport) {
     node->markDirty(QSGNode::DirtyGeometry);
 }
 
+QColor qColor(const ringkit::Rgba& rgba) {
+    return QColor::fromRgbF(rgba.r, rgba.g, rgba.b, rgba.a);
+}
+
 DiscMaterial::Look discLook(bool dark, double level, double pxPerUnit) {
+    const auto& palette = ringkit::Theme::palette(dark);
     DiscMaterial::Look look;
     look.level = static_cast<float>(level);
     look.centerRadius = centerRadius;
     look.pxPerUnit = static_cast<float>(pxPerUnit);
-    look.disc = dark ? QColor(44, 44, 52) : QColor(255, 255, 255);
-    look.track = dark ? QColor(64, 64, 74) : QColor(228, 228, 236);
-    look.arc = dark ? QColor(120, 140, 255) : QColor(91, 91, 214);
+    look.disc = qColor(palette.disc);
+    look.track = qColor(palette.discTrack);
+    look.arc = qColor(palette.discArc);
     return look;
 }
 
@@ -89,11 +96,36 @@ RingItem::RingItem(QQuickItem* parent) : QQuickItem(parent) {
     clock_.start();
 }
 
-void RingItem::setSegments(std::vector<ringkit::RingSegment> segments,
-                           const ringkit::RingMorph::ParentLookup& parent) {
-    animation_.setSegments(std::move(segments), parent, now(), reduceMotion_);
+void RingItem::setModel(AppModel* model) {
+    if (model == model_) return;
+    disconnect(layoutConnection_);
+    model_ = model;
+    if (model_)
+        layoutConnection_ =
+            connect(model_, &AppModel::layoutIDChanged, this, &RingItem::showLayout);
+    showLayout();
+    emit modelChanged();
+}
+
+void RingItem::showLayout() {
+    std::vector<ringkit::RingSegment> segments;
+    ringkit::RingMorph::ParentLookup parents = [](brantle::NodeId) {
+        return std::optional<brantle::NodeId>();
+    };
+    if (const AppModel* model = model_.data()) {
+        segments = model->segments();
+        // The look-up is used here and not kept, so it may hold the tree by reference.
+        if (const auto* tree = model->tree().get()) parents = ringkit::RingMorph::parentsOf(*tree);
+    }
+    animation_.setSegments(std::move(segments), parents, now(), reduceMotion_);
     setHovered(-1);
     update();
+}
+
+QString RingItem::hoveredText() const {
+    const auto& segments = animation_.segments();
+    if (!model_ || hovered_ < 0 || static_cast<std::size_t>(hovered_) >= segments.size()) return {};
+    return model_->sliceText(segments[static_cast<std::size_t>(hovered_)].kind);
 }
 
 void RingItem::setLevel(double level) {
@@ -148,7 +180,10 @@ void RingItem::mouseReleaseEvent(QMouseEvent* event) {
     pressedAt_.reset();
     if (travel.manhattanLength() > 6) return; // a drag, not a click
     const auto hit = hitAt(event->position());
-    if (hit.type == ringkit::Hit::Type::segment) emit segmentClicked(static_cast<int>(hit.index));
+    if (hit.type == ringkit::Hit::Type::segment && model_) {
+        const int folder = model_->folderOf(animation_.segments()[hit.index].kind);
+        if (folder >= 0) emit folderClicked(folder);
+    }
     if (hit.type == ringkit::Hit::Type::center) emit centerClicked();
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "AmbrelModel/AppModel.hpp"
 #include "RingKit/RingAnimation.hpp"
 #include "RingKit/RingSegment.hpp"
 
 #include <QColor>
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QQuickItem>
 
 #include <optional>
@@ -13,22 +15,25 @@
 namespace ambrel {
 
 /// The ring as one scene-graph item: all slices in one geometry node with per-vertex colour,
-/// the centre disc as one quad with its own shader. It draws frames only while a morph or
-/// the fullness easing runs, and maps the pointer to slices in C++.
+/// the centre disc as one quad with its own shader. It shows the model's layouts, morphing
+/// from one to the next, draws frames only while a morph or the fullness easing runs, and
+/// maps the pointer to slices in C++.
 class RingItem : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
+    Q_PROPERTY(ambrel::AppModel* model READ model WRITE setModel NOTIFY modelChanged)
     Q_PROPERTY(double level READ level WRITE setLevel NOTIFY levelChanged)
     Q_PROPERTY(bool dark READ dark WRITE setDark NOTIFY darkChanged)
     Q_PROPERTY(bool reduceMotion READ reduceMotion WRITE setReduceMotion NOTIFY reduceMotionChanged)
     Q_PROPERTY(int hoveredIndex READ hoveredIndex NOTIFY hoveredIndexChanged)
+    Q_PROPERTY(QString hoveredText READ hoveredText NOTIFY hoveredIndexChanged)
 
 public:
     explicit RingItem(QQuickItem* parent = nullptr);
 
-    /// Shows a new layout, morphing from the current one.
-    void setSegments(std::vector<ringkit::RingSegment> segments,
-                     const ringkit::RingMorph::ParentLookup& parent);
+    /// The model whose layouts the ring shows.
+    AppModel* model() const { return model_; }
+    void setModel(AppModel* model);
     const std::vector<ringkit::RingSegment>& segments() const { return animation_.segments(); }
 
     double level() const { return animation_.levelTarget(); }
@@ -39,17 +44,20 @@ public:
     void setReduceMotion(bool reduceMotion);
     /// Index of the slice under the pointer in `segments()`, or −1.
     int hoveredIndex() const { return hovered_; }
+    /// "Name — size" of the slice under the pointer, or empty.
+    QString hoveredText() const;
 
     /// What lies under an item point.
     ringkit::Hit hitAt(QPointF point) const;
 
 signals:
+    void modelChanged();
     void levelChanged();
     void darkChanged();
     void reduceMotionChanged();
     void hoveredIndexChanged();
-    /// A click on slice `index` of `segments()`.
-    void segmentClicked(int index);
+    /// A click on the slice of folder `node`.
+    void folderClicked(int node);
     /// A click on the centre disc.
     void centerClicked();
 
@@ -62,9 +70,13 @@ protected:
 
 private:
     double now() const { return static_cast<double>(clock_.nsecsElapsed()) * 1e-9; }
+    /// Morphs to the model's current layout.
+    void showLayout();
     void setHovered(int index);
     void appendHighlight(double pxPerUnit);
 
+    QPointer<AppModel> model_;
+    QMetaObject::Connection layoutConnection_;
     QElapsedTimer clock_;
     ringkit::RingAnimation animation_;
     std::vector<ringkit::RingVertex> frameVertices_;

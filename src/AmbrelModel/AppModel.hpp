@@ -1,24 +1,22 @@
 #pragma once
 
 #include "AmbrelModel/Notice.hpp"
+#include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
+#include "AmbrelModel/ViewState.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FileTree.hpp"
 #include "BrantleServices/FullDiskAccess.hpp"
 #include "BrantleServices/TideSummary.hpp"
 #include "BrantleServices/VolumeInfo.hpp"
-#include "RingKit/RingLayout.hpp"
-#include "RingKit/RingMorph.hpp"
 #include "RingKit/RingSegment.hpp"
 #include "Shoreline/ShorelineCategory.hpp"
 
 #include <QObject>
 #include <QSet>
-#include <QThreadPool>
 #include <QVariantList>
 #include <QVariantMap>
 
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -26,11 +24,14 @@
 
 namespace ambrel {
 
-/// The application's one model: the scan target and its tree, the ring's focus and layout,
-/// the notice line. Lives on the main thread; every change made from another thread is fatal.
-/// Scans and snapshot work run on its own thread pool and come back as queued calls.
+/// The application's one model, the object every view reads: the scan target and its tree
+/// (from a `ScanSession`), what the window shows of it (a `ViewState`), the suggestions, the
+/// usage history and the notice line. Lives on the main thread; every change made from
+/// another thread is fatal.
 class AppModel : public QObject {
     Q_OBJECT
+    // Two enums share value names, so QML names them with their enum: AppModel.Phase.Ready.
+    Q_CLASSINFO("RegisterEnumClassesUnscoped", "false")
     Q_PROPERTY(Section section READ section WRITE show NOTIFY sectionChanged)
     Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged)
     Q_PROPERTY(ShorelinePhase shorelinePhase READ shorelinePhase NOTIFY shorelinePhaseChanged)
@@ -39,7 +40,7 @@ class AppModel : public QObject {
     Q_PROPERTY(int revision READ revision NOTIFY revisionChanged)
     Q_PROPERTY(bool hasFullDiskAccess READ hasFullDiskAccess NOTIFY hasFullDiskAccessChanged)
     Q_PROPERTY(QString targetTitle READ targetTitle NOTIFY targetChanged)
-    Q_PROPERTY(int targetKind READ targetKind NOTIFY targetChanged)
+    Q_PROPERTY(ambrel::ScanTargetKinds::Kind targetKind READ targetKind NOTIFY targetChanged)
     Q_PROPERTY(QString noticeText READ noticeText NOTIFY noticeChanged)
     Q_PROPERTY(bool noticeIsWarning READ noticeIsWarning NOTIFY noticeChanged)
     Q_PROPERTY(QVariantMap progress READ progressMap NOTIFY progressChanged)
@@ -49,19 +50,16 @@ class AppModel : public QObject {
     Q_PROPERTY(QVariantMap storage READ storage NOTIFY volumeChanged)
 
 public:
-    enum class Phase { idle, scanning, updating, ready };
+    enum class Phase { Idle, Scanning, Updating, Ready };
     Q_ENUM(Phase)
-    enum class Section { explorer, shoreline, history };
+    enum class Section { Explorer, Shoreline, History };
     Q_ENUM(Section)
-    enum class ShorelinePhase { idle, analyzing, ready, unavailable };
+    enum class ShorelinePhase { Idle, Analyzing, Ready, Unavailable };
     Q_ENUM(ShorelinePhase)
     using Kind = ringkit::RingSegment::Kind;
 
-    static constexpr int maxDepth = 5;
     /// Rows the item list shows at most; the rest of a huge folder is summed in the ring.
     static constexpr int maxListRows = 1000;
-    /// How long a load waits for the change history before it scans afresh.
-    static constexpr std::chrono::seconds catchUpTimeout{20};
 
     explicit AppModel(QObject* parent = nullptr);
     ~AppModel() override;
@@ -81,10 +79,10 @@ public:
     Q_INVOKABLE void showHome() { load(ScanTarget::home(), false); }
     Q_INVOKABLE void chooseFolder(const QString& path);
     /// Installs a finished tree for `target`, keeping the focused folder by path.
-    void finish(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target);
-    /// Shows a stored tree while it is brought up to date; the phase stays `updating` and
+    void finish(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
+    /// Shows a stored tree while it is brought up to date; the phase stays `Updating` and
     /// `finish` follows with the tree caught up.
-    void preview(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target);
+    void preview(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     /// Rebuilds the ring's segments for the current tree and focus.
     void relayout();
     /// Centres the ring on `node`; nothing when it is the focus already or there is no tree.
@@ -94,28 +92,30 @@ public:
     /// Probes Full Disk Access again; when it has just been granted, says so and rescans the
     /// shown target to take in the folders that were hidden.
     Q_INVOKABLE void refreshFullDiskAccess();
-    /// Runs the suggestions on the current tree; a result for an older tree is dropped.
+    /// Runs the suggestions on the current tree unless they ran on it already; a result for
+    /// a tree no longer shown is dropped. The Suggestions pane asks for it.
     void analyzeShoreline();
     /// Replaces the open call of the Full Disk Access probe (the real one by default).
     void setAccessProbeOpen(brantle::FullDiskAccess::OpenFunction open);
-    /// Selects the pane shown.
+    /// Selects the pane shown; a pane that needs the suggestions or the history gets them.
     void show(Section section);
-    /// Saves today's usage summary when the tree covers the home folder, and reloads the
-    /// history.
+    /// Saves today's usage summary when the tree covers the home folder and differs from
+    /// what today's record holds, then reloads the history; in the background. The History
+    /// pane and Space Watch ask for it.
     void recordHistory();
     /// Replaces the notice; an equal notice changes nothing.
     void setNotice(std::optional<Notice> notice);
     /// Waits for every background task; for tests and shutdown.
     void waitForBackgroundWork();
 
-    /// Node ids from the root to the focus, root first.
-    std::vector<brantle::NodeId> breadcrumbs() const;
-    /// The focus's children, largest first.
-    std::vector<brantle::NodeId> listItems() const;
-    /// Bytes of a slice kind.
-    std::uint64_t size(const Kind& kind) const;
-    /// Display text of a slice kind.
-    QString label(const Kind& kind) const;
+    std::vector<brantle::NodeId> breadcrumbs() const { return view_.breadcrumbs(); }
+    std::vector<brantle::NodeId> listItems() const { return view_.listItems(); }
+    std::uint64_t size(const Kind& kind) const { return view_.size(kind); }
+    QString label(const Kind& kind) const { return view_.label(kind, targetTitle()); }
+    /// "Name — size" of a slice, for the pointer's caption.
+    QString sliceText(const Kind& kind) const;
+    /// The node a click on a slice focuses, or −1.
+    int folderOf(const Kind& kind) const;
     /// Fraction shown by the centre gauge: scan progress, the volume's fullness or the
     /// focus's share of the root.
     double fullness() const;
@@ -124,43 +124,30 @@ public:
     Phase phase() const { return phase_; }
     ShorelinePhase shorelinePhase() const { return shorelinePhase_; }
     const ScanTarget& target() const { return target_; }
-    brantle::NodeId focus() const { return focus_; }
-    int focusIndex() const { return static_cast<int>(focus_); }
-    int layoutID() const { return layoutID_; }
+    brantle::NodeId focus() const { return view_.focus(); }
+    int focusIndex() const { return static_cast<int>(view_.focus()); }
+    int layoutID() const { return view_.layoutID(); }
     int revision() const { return revision_; }
     bool hasFullDiskAccess() const { return hasFullDiskAccess_; }
     const std::optional<brantle::ScanProgress>& progress() const { return progress_; }
     const std::optional<brantle::VolumeInfo>& volume() const { return volume_; }
     const std::optional<brantle::VolumeInfo>& startupVolume() const { return startupVolume_; }
     const std::optional<Notice>& notice() const { return notice_; }
-    const std::vector<ringkit::RingSegment>& segments() const { return segments_; }
-    const std::vector<ringkit::RingSegment>& previousSegments() const { return previousSegments_; }
+    const std::vector<ringkit::RingSegment>& segments() const { return view_.segments(); }
     const std::vector<brantle::TideSummary>& history() const { return history_; }
     const std::vector<shoreline::ShorelineCategory>& shoreline() const { return shoreline_; }
     /// Paths ticked in the suggestions; the safe findings start ticked.
     const QSet<QString>& shorelineChecked() const { return shorelineChecked_; }
-    bool adminScan() const { return adminScan_; }
-    std::shared_ptr<const brantle::FileTree> tree() const { return tree_; }
-    /// The parent look-up of the current tree, for the ring's morph.
-    ringkit::RingMorph::ParentLookup parentLookup() const;
-    /// The target shown last time, kept across launches; the startup disk at first launch or
-    /// when the chosen folder is gone.
-    static ScanTarget lastTarget();
-    /// The expected node count stored for a root path (0 when never stored).
-    static std::int64_t storedItemCount(const std::string& rootPath);
+    const std::shared_ptr<const brantle::FileTree>& tree() const { return view_.tree(); }
 
     QString targetTitle() const { return QString::fromStdString(target_.title()); }
-    int targetKind() const { return static_cast<int>(target_.kind); }
+    ScanTarget::Kind targetKind() const { return target_.kind; }
     QString noticeText() const { return notice_ ? notice_->text : QString(); }
     bool noticeIsWarning() const { return notice_ && notice_->isWarning; }
     QVariantMap progressMap() const;
     QVariantList breadcrumbItems() const;
     QVariantList itemRows() const;
     QVariantMap storage() const;
-    /// The node a click on slice `index` of `segments()` focuses, or −1.
-    Q_INVOKABLE int folderAtSegment(int index) const;
-    /// "Name — size" of slice `index`, for the pointer's caption.
-    Q_INVOKABLE QString segmentText(int index) const;
 
 signals:
     void sectionChanged();
@@ -185,50 +172,38 @@ private:
     void setPhase(Phase phase);
     void setShorelinePhase(ShorelinePhase phase);
     void installShoreline(std::vector<shoreline::ShorelineCategory> categories);
-    /// Posts `call` to the main thread, where it runs only if session `session` is current.
-    void whenCurrent(int session, std::function<void()> call);
     void setTarget(const ScanTarget& target);
-    void setFocus(brantle::NodeId focus);
     void setProgress(std::optional<brantle::ScanProgress> progress);
     void setVolumeFor(const std::string& rootPath);
-    std::shared_ptr<brantle::DiskScanner> makeScanner(const std::string& rootPath);
-    brantle::NodeId keptFocus(const brantle::FileTree& tree, const ScanTarget& target) const;
     /// Makes `tree` the shown tree of `target`, keeping the focus by path; no relayout yet.
-    void installTree(std::shared_ptr<brantle::FileTree> tree, const ScanTarget& target);
+    void installTree(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     void bumpRevision();
-    std::vector<ringkit::RingExtra> extras() const;
-    /// Runs `work` on the pool; results come back through queued calls tagged with the
-    /// session, so that a superseded scan cannot install its tree.
-    void runInBackground(std::function<void()> work);
+    /// Runs what the pane shown needs of a new tree.
+    void serveSection();
 
-    Section section_ = Section::explorer;
-    Phase phase_ = Phase::idle;
-    ShorelinePhase shorelinePhase_ = ShorelinePhase::idle;
+    Section section_ = Section::Explorer;
+    Phase phase_ = Phase::Idle;
+    ShorelinePhase shorelinePhase_ = ShorelinePhase::Idle;
     ScanTarget target_ = ScanTarget::startupDisk();
-    brantle::NodeId focus_ = 0;
-    int layoutID_ = 0;
     int revision_ = 0;
     bool hasFullDiskAccess_ = true;
-    bool adminScan_ = false;
     std::optional<brantle::ScanProgress> progress_;
     std::int64_t expectedCount_ = 0;
     std::optional<brantle::VolumeInfo> volume_;
     std::optional<brantle::VolumeInfo> startupVolume_;
     std::optional<Notice> notice_;
-    std::vector<ringkit::RingSegment> segments_;
-    std::vector<ringkit::RingSegment> previousSegments_;
     std::vector<brantle::TideSummary> history_;
     std::vector<shoreline::ShorelineCategory> shoreline_;
     QSet<QString> shorelineChecked_;
     brantle::FullDiskAccess::OpenFunction accessProbeOpen_ = brantle::FullDiskAccess::tryOpen;
+    /// The trees the suggestions and the history last ran on.
+    std::weak_ptr<const brantle::FileTree> analyzedTree_;
+    std::weak_ptr<const brantle::FileTree> recordedTree_;
 
-    std::shared_ptr<brantle::FileTree> tree_;
+    ViewState view_;
     /// The focus's path when a full scan dropped the tree, so the rescan can keep it.
     std::optional<std::pair<ScanTarget, std::string>> droppedFocus_;
-    std::shared_ptr<brantle::DiskScanner> scanner_;
-    /// Bumped by every scan or load; results of an older session are dropped.
-    int session_ = 0;
-    QThreadPool pool_;
+    ScanSession session_;
 };
 
 } // namespace ambrel

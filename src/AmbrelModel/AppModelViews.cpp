@@ -9,18 +9,9 @@
 
 namespace ambrel {
 
-int AppModel::folderAtSegment(int index) const {
-    if (!tree_ || index < 0 || static_cast<std::size_t>(index) >= segments_.size()) return -1;
-    const auto& kind = segments_[static_cast<std::size_t>(index)].kind;
-    if (!kind.isNode() || !tree_->flags(kind.id).contains(brantle::NodeFlags::directory)) return -1;
-    return static_cast<int>(kind.id);
-}
-
-QString AppModel::segmentText(int index) const {
-    if (index < 0 || static_cast<std::size_t>(index) >= segments_.size()) return {};
-    const auto& segment = segments_[static_cast<std::size_t>(index)];
-    return label(segment.kind) + QStringLiteral(" \u2014 ") +
-           QString::fromStdString(brantle::formatBytes(size(segment.kind)));
+QString AppModel::sliceText(const Kind& kind) const {
+    return label(kind) + QStringLiteral(" \u2014 ") +
+           QString::fromStdString(brantle::formatBytes(size(kind)));
 }
 
 QVariantMap AppModel::progressMap() const {
@@ -47,18 +38,18 @@ QVariantList AppModel::breadcrumbItems() const {
 
 QVariantList AppModel::itemRows() const {
     QVariantList out;
-    if (!tree_) return out;
-    const auto total = static_cast<double>(tree_->size(focus_));
+    const auto& tree = view_.tree();
+    if (!tree) return out;
+    const auto total = static_cast<double>(tree->size(view_.focus()));
     for (const auto node : listItems()) {
         if (out.size() >= maxListRows) break;
-        const auto bytes = tree_->size(node);
+        const auto bytes = tree->size(node);
         out.append(QVariantMap{
             {QStringLiteral("node"), static_cast<int>(node)},
-            {QStringLiteral("name"), QString::fromStdString(tree_->name(node))},
+            {QStringLiteral("name"), QString::fromStdString(tree->name(node))},
             {QStringLiteral("size"), QString::fromStdString(brantle::formatBytes(bytes))},
             {QStringLiteral("share"), total > 0 ? static_cast<double>(bytes) / total : 0.0},
-            {QStringLiteral("folder"),
-             tree_->flags(node).contains(brantle::NodeFlags::directory)}});
+            {QStringLiteral("folder"), tree->flags(node).contains(brantle::NodeFlags::directory)}});
     }
     return out;
 }
@@ -67,9 +58,10 @@ QVariantMap AppModel::storage() const {
     if (!volume_ || volume_->total == 0) return {};
     const auto purgeable = volume_->purgeable();
     // Only a scan of the whole startup disk can tell what it did not reach.
-    const bool wholeDisk = tree_ && target_.kind == ScanTarget::Kind::startupDisk;
+    const auto& tree = view_.tree();
+    const bool wholeDisk = tree && target_.kind == ScanTarget::Kind::StartupDisk;
     const auto hidden =
-        wholeDisk ? volume_->hidden(tree_->size(brantle::FileTree::root) + purgeable) : 0;
+        wholeDisk ? volume_->hidden(tree->size(brantle::FileTree::root) + purgeable) : 0;
     const auto used = volume_->used() - std::min(volume_->used(), hidden + purgeable);
     const auto total = static_cast<double>(volume_->total);
     auto share = [total](std::uint64_t bytes) { return static_cast<double>(bytes) / total; };

@@ -41,11 +41,11 @@ std::string startupDiskLabel() {
 
 std::string ScanTarget::rootPath() const {
     switch (kind) {
-    case Kind::folder:
+    case Kind::Folder:
         return path;
-    case Kind::startupDisk:
+    case Kind::StartupDisk:
         return "/";
-    case Kind::home:
+    case Kind::Home:
         return brantle::Locations::homeDirectory();
     }
     return "/";
@@ -53,15 +53,15 @@ std::string ScanTarget::rootPath() const {
 
 std::string ScanTarget::title() const {
     switch (kind) {
-    case Kind::folder: {
+    case Kind::Folder: {
         const auto name = std::filesystem::path(path).filename().string();
         return name.empty() ? path : name;
     }
-    case Kind::startupDisk: {
+    case Kind::StartupDisk: {
         const auto label = startupDiskLabel();
         return label.empty() ? "Startup Disk" : label;
     }
-    case Kind::home:
+    case Kind::Home:
         return "Home";
     }
     return {};

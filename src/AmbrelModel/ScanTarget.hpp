@@ -1,19 +1,28 @@
 #pragma once
 
+#include <QObject>
+
 #include <string>
 
 namespace ambrel {
 
+/// The kinds of scan target, in a namespace of their own so that QML can name them.
+namespace ScanTargetKinds {
+Q_NAMESPACE
+enum class Kind { Folder, StartupDisk, Home };
+Q_ENUM_NS(Kind)
+} // namespace ScanTargetKinds
+
 /// What is scanned: a chosen folder, the startup disk or the home folder.
 struct ScanTarget {
-    enum class Kind { folder, startupDisk, home };
+    using Kind = ScanTargetKinds::Kind;
 
-    Kind kind = Kind::startupDisk;
+    Kind kind = Kind::StartupDisk;
     std::string path; ///< only for `folder`
 
-    static ScanTarget folder(std::string path) { return {Kind::folder, std::move(path)}; }
-    static ScanTarget startupDisk() { return {Kind::startupDisk, {}}; }
-    static ScanTarget home() { return {Kind::home, {}}; }
+    static ScanTarget folder(std::string path) { return {Kind::Folder, std::move(path)}; }
+    static ScanTarget startupDisk() { return {Kind::StartupDisk, {}}; }
+    static ScanTarget home() { return {Kind::Home, {}}; }
 
     /// The folder the scan starts at: the path itself, "/" or the home folder.
     std::string rootPath() const;

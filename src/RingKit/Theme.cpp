@@ -11,6 +11,34 @@ Rgba mix(const Rgba& from, const Rgba& to, double e) {
 
 namespace {
 
+constexpr Theme::Palette lightPalette{
+    .window = Rgba::bytes(246, 246, 249),
+    .text = Rgba::bytes(29, 29, 31),
+    .secondaryText = Rgba::bytes(110, 110, 115),
+    .row = Rgba::bytes(233, 233, 230),
+    .accent = Rgba::bytes(76, 139, 245),
+    .warning = Rgba::bytes(217, 72, 15),
+    .hiddenSpace = Rgba::bytes(142, 142, 147),
+    .purgeableSpace = Rgba::bytes(199, 164, 242),
+    .disc = Rgba::bytes(255, 255, 255),
+    .discTrack = Rgba::bytes(228, 228, 236),
+    .discArc = Theme::branchHues[0],
+};
+
+constexpr Theme::Palette darkPalette{
+    .window = Rgba::bytes(28, 28, 34),
+    .text = Rgba::bytes(232, 232, 230),
+    .secondaryText = Rgba::bytes(154, 154, 158),
+    .row = Rgba::bytes(44, 45, 49),
+    .accent = Rgba::bytes(76, 139, 245),
+    .warning = Rgba::bytes(217, 72, 15),
+    .hiddenSpace = Rgba::bytes(142, 142, 147),
+    .purgeableSpace = Rgba::bytes(199, 164, 242),
+    .disc = Rgba::bytes(44, 44, 52),
+    .discTrack = Rgba::bytes(64, 64, 74),
+    .discArc = Rgba::bytes(120, 140, 255),
+};
+
 Rgba darkened(Rgba hue) {
     const auto adjust = [](float c) { return c * 0.85f + 0.08f; };
     return {adjust(hue.r), adjust(hue.g), adjust(hue.b), 1.0f};
@@ -19,13 +47,17 @@ Rgba darkened(Rgba hue) {
 Rgba nodeColor(const RingSegment& segment, bool dark) {
     const int branch = segment.branch < 0 ? 0 : segment.branch;
     const Rgba hue = Theme::branchHues[static_cast<std::size_t>(branch) % Theme::branchHues.size()];
-    const Rgba background = dark ? Rgba::bytes(28, 28, 34) : Rgba::bytes(246, 246, 249);
+    const Rgba background = Theme::palette(dark).window;
     // Outer rings recede toward the background; not clamped, the rings stop before it matters.
     const double t = (dark ? 0.13 : 0.15) * (segment.depth - 1);
     return mix(dark ? darkened(hue) : hue, background, t);
 }
 
 } // namespace
+
+const Theme::Palette& Theme::palette(bool isDark) {
+    return isDark ? darkPalette : lightPalette;
+}
 
 Rgba Theme::color(const RingSegment& segment, bool dark) {
     using Type = RingSegment::Kind::Type;

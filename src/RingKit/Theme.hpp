@@ -24,8 +24,27 @@ struct Rgba {
 /// `from` moved toward `to` by e (0 gives from, 1 gives to), every channel alike.
 Rgba mix(const Rgba& from, const Rgba& to, double e);
 
-/// The ring's slice colours in light and dark appearance.
+/// The window's colours in light and dark appearance: the ring's slices, the centre disc and
+/// the views around them draw from here.
 namespace Theme {
+
+/// The colours of one appearance.
+struct Palette {
+    Rgba window; ///< the window's background, which outer rings fade toward
+    Rgba text;
+    Rgba secondaryText;
+    Rgba row;    ///< a hovered row, the empty part of a bar
+    Rgba accent; ///< share bars and used space
+    Rgba warning;
+    Rgba hiddenSpace;
+    Rgba purgeableSpace;
+    Rgba disc;      ///< the centre disc
+    Rgba discTrack; ///< the gauge's track on the disc
+    Rgba discArc;   ///< the gauge's arc
+};
+
+/// The light or dark palette.
+const Palette& palette(bool dark);
 
 /// One hue per first-ring branch, repeating every eight branches.
 inline constexpr std::array<Rgba, 8> branchHues{

@@ -67,6 +67,12 @@ Probe probeOf(const ambrel::RingItem& ring, const ringkit::RingSegment& segment)
            << ", expected " << expected.name().toStdString();
 }
 
+QStringList warnings;
+
+void keepWarnings(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type != QtDebugMsg && type != QtInfoMsg) warnings.append(message);
+}
+
 void hover(QQuickWindow& window, QPointF at) {
     QMouseEvent move(QEvent::MouseMove, at, window.mapToGlobal(at), Qt::NoButton, Qt::NoButton,
                      Qt::NoModifier);
@@ -97,6 +103,8 @@ TEST(MainWindow, ScanShowsTheRingAndAClickFocusesAFolder) {
 
     ambrel::AppModel model;
     QQmlApplicationEngine engine;
+    warnings.clear();
+    const auto previous = qInstallMessageHandler(keepWarnings);
     QQuickWindow* window = ambrel::createMainWindow(engine, model);
     ASSERT_TRUE(window);
     auto* ring = window->findChild<ambrel::RingItem*>("ring");
@@ -106,8 +114,10 @@ TEST(MainWindow, ScanShowsTheRingAndAClickFocusesAFolder) {
     ASSERT_TRUE(pumpUntil([&] { return window->isExposed(); }));
 
     model.chooseFolder(QString::fromStdString(root.path()));
-    ASSERT_TRUE(pumpUntil([&] { return model.phase() == ambrel::AppModel::Phase::ready; }));
+    ASSERT_TRUE(pumpUntil([&] { return model.phase() == ambrel::AppModel::Phase::Ready; }));
     pumpFrames();
+    qInstallMessageHandler(previous);
+    EXPECT_TRUE(warnings.isEmpty()) << "every binding holds: " << warnings.join('\n').toStdString();
     const QImage shown = window->grabWindow();
     const QString shot = QString::fromStdString(root.path()) + "/../ambrel-main-window.png";
     shown.save(shot);
@@ -115,7 +125,8 @@ TEST(MainWindow, ScanShowsTheRingAndAClickFocusesAFolder) {
 
     // The centre disc.
     const QPointF centre = ring->mapToScene(QPointF(ring->width() / 2, ring->height() / 2));
-    EXPECT_TRUE(near(shown, centre, ring->dark() ? QColor(44, 44, 52) : QColor(255, 255, 255), 4));
+    const auto disc = ringkit::Theme::palette(ring->dark()).disc;
+    EXPECT_TRUE(near(shown, centre, QColor::fromRgbF(disc.r, disc.g, disc.b), 4));
 
     // The first ring: alpha, beta, gamma in their branch hues, at their angles.
     const auto& tree = *model.tree();
@@ -156,16 +167,6 @@ TEST(MainWindow, ScanShowsTheRingAndAClickFocusesAFolder) {
     EXPECT_EQ(model.focus(), 0u);
 }
 
-namespace {
-
-QStringList warnings;
-
-void keepWarnings(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (type != QtDebugMsg && type != QtInfoMsg) warnings.append(message);
-}
-
-} // namespace
-
 TEST(MainWindow, ChooseFolderOpensTheFolderDialogAtHome) {
     ambrel::AppModel model;
     QQmlApplicationEngine engine;
@@ -201,7 +202,7 @@ TEST(MainWindow, HoverLightensTheSliceUnderThePointer) {
     ASSERT_TRUE(ring);
     ASSERT_TRUE(pumpUntil([&] { return window->isExposed(); }));
     model.chooseFolder(QString::fromStdString(root.path()));
-    ASSERT_TRUE(pumpUntil([&] { return model.phase() == ambrel::AppModel::Phase::ready; }));
+    ASSERT_TRUE(pumpUntil([&] { return model.phase() == ambrel::AppModel::Phase::Ready; }));
     pumpFrames();
     ASSERT_FALSE(ring->segments().empty());
     const auto probe = probeOf(*ring, ring->segments().front());
@@ -209,6 +210,7 @@ TEST(MainWindow, HoverLightensTheSliceUnderThePointer) {
     hover(*window, probe.scene);
     pumpFrames();
     EXPECT_EQ(ring->hoveredIndex(), 0);
+    EXPECT_TRUE(ring->hoveredText().startsWith("big \u2014 ")) << ring->hoveredText().toStdString();
     const double a = ring->dark() ? 0.22 : 0.35;
     const auto lighter = [a](int channel) { return static_cast<int>(channel * (1 - a) + 255 * a); };
     const QColor lit(lighter(probe.expected.red()), lighter(probe.expected.green()),

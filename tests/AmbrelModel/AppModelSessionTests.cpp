@@ -2,6 +2,8 @@
 // cycle, on real folders in the test home.
 #include "ModelEnvironment.hpp"
 
+#include "AmbrelModel/Settings.hpp"
+
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/ScanOptions.hpp"
 #include "BrantleCore/Snapshot.hpp"
@@ -29,7 +31,7 @@ std::vector<Phase> phasesOfLoad(AppModel& model, const ScanTarget& target, bool 
         if (phases.back() != model.phase()) phases.push_back(model.phase());
     });
     model.load(target, quiet);
-    settle(model, [&] { return model.phase() == Phase::ready && model.tree(); });
+    settle(model, [&] { return model.phase() == Phase::Ready && model.tree(); });
     model.waitForBackgroundWork(); // the snapshot save after the tree is shown
     QObject::disconnect(connection);
     return phases;
@@ -41,8 +43,8 @@ brantle::FileTree scanned(const std::string& path) {
     return scanner.scan(path);
 }
 
-const std::vector<Phase> scannedPhases{Phase::idle, Phase::updating, Phase::scanning, Phase::ready};
-const std::vector<Phase> caughtUpPhases{Phase::idle, Phase::updating, Phase::ready};
+const std::vector<Phase> scannedPhases{Phase::Idle, Phase::Updating, Phase::Scanning, Phase::Ready};
+const std::vector<Phase> caughtUpPhases{Phase::Idle, Phase::Updating, Phase::Ready};
 
 } // namespace
 
@@ -66,7 +68,7 @@ TEST(AppModelSessions, ALaunchWithAStoredSnapshotCatchesUpWithoutAFullScan) {
         QObject::connect(&second, &AppModel::revisionChanged,
                          [&] { installedIn.push_back(second.phase()); });
         EXPECT_EQ(phasesOfLoad(second, target), caughtUpPhases);
-        EXPECT_EQ(installedIn, (std::vector{Phase::updating, Phase::ready}));
+        EXPECT_EQ(installedIn, (std::vector{Phase::Updating, Phase::Ready}));
         EXPECT_EQ(second.tree()->count(), saved->tree.count());
     }
 
@@ -116,7 +118,7 @@ TEST(AppModelSessions, AnUnusableSnapshotMeansAFullScanOrNothingWhenQuiet) {
     const int revision = model.revision();
     model.load(ScanTarget::folder(unstored.path()), true);
     settle(model, [] { return false; });
-    EXPECT_EQ(model.phase(), Phase::ready);
+    EXPECT_EQ(model.phase(), Phase::Ready);
     EXPECT_EQ(model.tree(), shown);
     EXPECT_EQ(model.revision(), revision);
 }
@@ -140,17 +142,17 @@ TEST(AppModelSessions, GrantedFullDiskAccessRescansWithANotice) {
     EXPECT_EQ(model.noticeText(),
               "Full Disk Access is on. Rescanning to include the folders that were hidden.");
     EXPECT_FALSE(model.noticeIsWarning());
-    EXPECT_EQ(model.phase(), Phase::scanning);
+    EXPECT_EQ(model.phase(), Phase::Scanning);
     ASSERT_TRUE(settleReady(model));
     EXPECT_EQ(model.revision(), revision + 1);
 
     const auto notice = model.notice();
     model.refreshFullDiskAccess();
     EXPECT_EQ(model.notice(), notice) << "no change, no new notice";
-    EXPECT_EQ(model.phase(), Phase::ready);
+    EXPECT_EQ(model.phase(), Phase::Ready);
 }
 
-TEST(AppModelSessions, SuggestionsTickSafeFindingsAndDropResultsForOlderTrees) {
+TEST(AppModelSessions, SuggestionsRunForTheirPaneTickSafeFindingsAndDropOlderTrees) {
     const auto& home = ModelEnvironment::home();
     const auto cache = home / ".cache/sometool";
     std::filesystem::create_directories(cache);
@@ -158,12 +160,14 @@ TEST(AppModelSessions, SuggestionsTickSafeFindingsAndDropResultsForOlderTrees) {
     auto withCache = std::make_shared<brantle::FileTree>(scanned(home.path()));
     std::filesystem::remove_all(cache);
     auto withoutCache = std::make_shared<brantle::FileTree>(scanned(home.path()));
+    using ShorelinePhase = AppModel::ShorelinePhase;
 
     AppModel model;
-    EXPECT_EQ(model.shorelinePhase(), AppModel::ShorelinePhase::idle);
     model.finish(withCache, ScanTarget::home());
-    EXPECT_EQ(model.shorelinePhase(), AppModel::ShorelinePhase::analyzing);
-    settle(model, [&] { return model.shorelinePhase() == AppModel::ShorelinePhase::ready; });
+    EXPECT_EQ(model.shorelinePhase(), ShorelinePhase::Idle) << "no pane asked for them";
+    model.show(AppModel::Section::Shoreline);
+    EXPECT_EQ(model.shorelinePhase(), ShorelinePhase::Analyzing);
+    settle(model, [&] { return model.shorelinePhase() == ShorelinePhase::Ready; });
     EXPECT_TRUE(model.shorelineChecked().contains(QString::fromStdString(cache)));
     bool listed = false;
     for (const auto& category : model.shoreline())
@@ -173,14 +177,16 @@ TEST(AppModelSessions, SuggestionsTickSafeFindingsAndDropResultsForOlderTrees) {
 
     // The first tree's analysis ends after a newer tree was installed: only the newer one's
     // result may land.
-    model.finish(withCache, ScanTarget::home());
-    model.waitForBackgroundWork();
-    model.finish(withoutCache, ScanTarget::home());
+    AppModel shown;
+    shown.show(AppModel::Section::Shoreline);
+    shown.finish(withCache, ScanTarget::home());
+    shown.waitForBackgroundWork();
+    shown.finish(withoutCache, ScanTarget::home());
     std::vector<QSet<QString>> landed;
-    QObject::connect(&model, &AppModel::shorelineCheckedChanged,
-                     [&] { landed.push_back(model.shorelineChecked()); });
-    settle(model, [&] { return model.shorelinePhase() == AppModel::ShorelinePhase::ready; });
-    model.waitForBackgroundWork();
+    QObject::connect(&shown, &AppModel::shorelineCheckedChanged,
+                     [&] { landed.push_back(shown.shorelineChecked()); });
+    settle(shown, [&] { return shown.shorelinePhase() == ShorelinePhase::Ready; });
+    shown.waitForBackgroundWork();
     QCoreApplication::processEvents();
     ASSERT_EQ(landed.size(), 1u);
     EXPECT_FALSE(landed.front().contains(QString::fromStdString(cache)));
@@ -212,6 +218,6 @@ TEST(AppModelSessions, TheNextLaunchShowsTheLastTarget) {
         ASSERT_TRUE(settleReady(model));
     }
     folder.reset();
-    EXPECT_EQ(AppModel::lastTarget(), ScanTarget::startupDisk())
+    EXPECT_EQ(ambrel::Settings::lastTarget(), ScanTarget::startupDisk())
         << "a folder that is gone is not shown again";
 }

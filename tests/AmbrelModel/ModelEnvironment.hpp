@@ -45,5 +45,5 @@ inline bool settle(ambrel::AppModel& model, const std::function<bool()>& done) {
 }
 
 inline bool settleReady(ambrel::AppModel& model) {
-    return settle(model, [&] { return model.phase() == ambrel::AppModel::Phase::ready; });
+    return settle(model, [&] { return model.phase() == ambrel::AppModel::Phase::Ready; });
 }

@@ -1,0 +1,56 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Ambrel
+
+// The targets on the left, going up and scanning again on the right.
+ToolBar {
+    id: toolbar
+
+    required property AppModel appModel
+
+    signal chooseFolder()
+
+    objectName: "toolbar"
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 8
+        anchors.rightMargin: 8
+
+        ToolButton {
+            text: "Startup Disk"
+            checkable: true
+            checked: toolbar.appModel.targetKind === ScanTarget.StartupDisk
+            onClicked: toolbar.appModel.showStartupDisk()
+        }
+        ToolButton {
+            text: "Home"
+            checkable: true
+            checked: toolbar.appModel.targetKind === ScanTarget.Home
+            onClicked: toolbar.appModel.showHome()
+        }
+        ToolButton {
+            objectName: "chooseFolder"
+            text: "Choose Folder…"
+            onClicked: toolbar.chooseFolder()
+        }
+        Item {
+            Layout.fillWidth: true
+        }
+        ToolButton {
+            text: "Go up one level"
+            enabled: toolbar.appModel.focus !== 0
+            onClicked: toolbar.appModel.goUp()
+            ToolTip.visible: hovered
+            ToolTip.text: "Go up one level (Ctrl+[)"
+        }
+        ToolButton {
+            text: "Scan again from scratch"
+            enabled: toolbar.appModel.phase === AppModel.Phase.Ready
+            onClicked: toolbar.appModel.scanAgain()
+            ToolTip.visible: hovered
+            ToolTip.text: "Scan again from scratch (Ctrl+R)"
+        }
+    }
+}

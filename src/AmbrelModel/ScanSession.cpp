@@ -1,0 +1,150 @@
+#include "AmbrelModel/ScanSession.hpp"
+
+#include "AmbrelModel/Settings.hpp"
+#include "AmbrelModel/StoredSnapshot.hpp"
+#include "BrantleCore/CatchUp.hpp"
+#include "BrantleCore/ChangeHistory.hpp"
+#include "BrantleCore/ScanOptions.hpp"
+
+#include <QThread>
+
+#if defined(__APPLE__)
+#include <pthread/qos.h>
+#endif
+
+#include <algorithm>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
+
+namespace ambrel {
+
+namespace {
+
+/// Scans, catch-ups and analyses yield to the window's threads, so that a launch draws its
+/// first frames while the stored tree is caught up and the window stays smooth while a scan
+/// runs. Threads started from here (scan workers) inherit it.
+void lowerThisThread() {
+#if defined(__APPLE__)
+    pthread_set_qos_class_self_np(QOS_CLASS_USER_INITIATED, 0);
+#elif defined(__linux__)
+    constexpr int backgroundNice = 5;
+    // Per thread on Linux; raising one's own nice needs no privilege. A failure only costs
+    // smoothness.
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), backgroundNice);
+#endif
+}
+
+std::shared_ptr<brantle::DiskScanner> makeScanner(const std::string& rootPath) {
+    const int workers = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    return std::make_shared<brantle::DiskScanner>(brantle::ScanOptions::forVolume(rootPath),
+                                                  workers, std::chrono::milliseconds(100));
+}
+
+} // namespace
+
+ScanSession::ScanSession(QObject* parent) : QObject(parent) {
+    // A scan, a snapshot save and an analysis may all be under way at once.
+    backgroundPool_.setMaxThreadCount(std::max(4, QThread::idealThreadCount()));
+}
+
+ScanSession::~ScanSession() {
+    cancel();
+    waitForDone();
+}
+
+void ScanSession::cancel() {
+    if (scanner_) scanner_->cancel();
+}
+
+void ScanSession::waitForDone() {
+    windowPool_.waitForDone(); // first: a decode hands its catch-up to the other pool
+    backgroundPool_.waitForDone();
+}
+
+void ScanSession::runInBackground(std::function<void()> work) {
+    backgroundPool_.start([work = std::move(work)] {
+        lowerThisThread();
+        work();
+    });
+}
+
+int ScanSession::begin(const std::string& rootPath) {
+    cancel();
+    scanner_ = makeScanner(rootPath);
+    return ++session_;
+}
+
+void ScanSession::whenCurrent(int session, std::function<void()> call) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, session, call = std::move(call)] {
+            if (session == session_) call();
+        },
+        Qt::QueuedConnection);
+}
+
+void ScanSession::load(const ScanTarget& target, bool quiet) {
+    const auto rootPath = target.rootPath();
+    const int session = begin(rootPath);
+    // The first ring waits for this decode, so it runs at the window's own priority.
+    windowPool_.start([this, target, rootPath, quiet, session, scanner = scanner_] {
+        auto loaded = StoredSnapshot::load(rootPath);
+        if (!loaded) {
+            if (!quiet) whenCurrent(session, [this, target] { emit scanNeeded(target); });
+            return;
+        }
+        std::shared_ptr<const brantle::FileTree> shown;
+        if (!quiet) {
+            // The window reads this copy while the catch-up changes the original.
+            shown = std::make_shared<const brantle::FileTree>(loaded->tree.compacted());
+            whenCurrent(session, [this, target, shown] { emit previewed(shown, target); });
+        }
+        auto contents = std::make_shared<brantle::Snapshot::Contents>(std::move(*loaded));
+        runInBackground([this, target, quiet, session, scanner, contents, shown] {
+            catchUp(target, quiet, session, *scanner, std::move(*contents), shown);
+        });
+    });
+}
+
+void ScanSession::catchUp(const ScanTarget& target, bool quiet, int session,
+                          brantle::DiskScanner& scanner, brantle::Snapshot::Contents loaded,
+                          std::shared_ptr<const brantle::FileTree> shown) {
+    auto caughtUp = brantle::catchUpChanges(scanner, std::move(loaded), catchUpTimeout);
+    if (!caughtUp) {
+        if (!quiet) whenCurrent(session, [this, target] { emit scanNeeded(target); });
+        return;
+    }
+    if (scanner.isCancelled()) return;
+    if (caughtUp->reread == 0 && shown) {
+        // Untouched: the shown tree stays, and the stored event id still holds (the next
+        // catch-up merely looks back a little further), so nothing is stored.
+        whenCurrent(session, [this, target, shown] { emit finished(shown, target); });
+        return;
+    }
+    // Shown and stored as it is: the window and the encoder only read it.
+    auto tree = std::make_shared<const brantle::FileTree>(std::move(caughtUp->tree));
+    whenCurrent(session, [this, target, tree] { emit finished(tree, target); });
+    if (caughtUp->reread == 0) return;
+    StoredSnapshot::save(*tree, caughtUp->meta.fsEventID);
+    Settings::setItemCount(tree->rootPath(), static_cast<std::int64_t>(tree->count()));
+}
+
+void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount) {
+    const auto rootPath = target.rootPath();
+    const int session = begin(rootPath);
+    runInBackground([this, target, rootPath, session, expectedCount, scanner = scanner_] {
+        auto report = [this, session](const brantle::ScanProgress& progress) {
+            whenCurrent(session, [this, progress] { emit progressed(progress); });
+        };
+        const auto eventID = brantle::ChangeHistory::currentEventID();
+        auto tree = std::make_shared<const brantle::FileTree>(
+            scanner->scan(rootPath, expectedCount, report));
+        if (scanner->isCancelled()) return;
+        whenCurrent(session, [this, tree, target] { emit finished(tree, target); });
+        StoredSnapshot::save(*tree, eventID);
+        Settings::setItemCount(rootPath, static_cast<std::int64_t>(tree->count()));
+    });
+}
+
+} // namespace ambrel

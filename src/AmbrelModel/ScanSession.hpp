@@ -1,0 +1,71 @@
+#pragma once
+
+#include "AmbrelModel/ScanTarget.hpp"
+#include "BrantleCore/DiskScanner.hpp"
+#include "BrantleCore/FileTree.hpp"
+#include "BrantleCore/Snapshot.hpp"
+
+#include <QObject>
+#include <QThreadPool>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace ambrel {
+
+/// Gets trees for the model: loads a target's stored snapshot and brings it up to date, or
+/// scans it afresh, and stores what it got. Each load or scan starts a new session; results
+/// of an older one are dropped, so a superseded scan cannot install its tree. Work runs on
+/// background threads, results come back as signals on the thread the session lives on.
+class ScanSession : public QObject {
+    Q_OBJECT
+
+public:
+    /// How long a load waits for the change history before it asks for a full scan.
+    static constexpr std::chrono::seconds catchUpTimeout{20};
+
+    explicit ScanSession(QObject* parent = nullptr);
+    ~ScanSession() override;
+
+    /// Shows `target` from its stored snapshot: `previewed` with the stored tree (not when
+    /// `quiet`), then `finished` with it brought up to date, stored again when anything was
+    /// read again. Without a usable snapshot or change history, `scanNeeded` (not when `quiet`).
+    void load(const ScanTarget& target, bool quiet);
+    /// Scans `target` afresh, `expectedCount` nodes expected: `progressed` while it runs,
+    /// then `finished`; the tree is stored and its node count kept for the next scan.
+    void fullScan(const ScanTarget& target, std::int64_t expectedCount);
+    /// Stops the running scan; nothing of it arrives any more.
+    void cancel();
+    /// Runs `work` below the window's priority, beside the scans.
+    void runInBackground(std::function<void()> work);
+    /// Waits for every background task; for tests and shutdown.
+    void waitForDone();
+
+signals:
+    void previewed(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
+    void finished(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
+    void progressed(const brantle::ScanProgress& progress);
+    void scanNeeded(const ScanTarget& target);
+
+private:
+    /// Cancels the running scan and returns the token of a new session scanning `rootPath`.
+    int begin(const std::string& rootPath);
+    /// Posts `call` to the session's thread, where it runs only if `session` is current.
+    void whenCurrent(int session, std::function<void()> call);
+    /// Brings a loaded snapshot up to date; runs in the background.
+    void catchUp(const ScanTarget& target, bool quiet, int session, brantle::DiskScanner& scanner,
+                 brantle::Snapshot::Contents loaded,
+                 std::shared_ptr<const brantle::FileTree> shown);
+
+    std::shared_ptr<brantle::DiskScanner> scanner_;
+    int session_ = 0;
+    /// At the window's priority: the snapshot decode the first ring waits for.
+    QThreadPool windowPool_;
+    /// Below it: scans, catch-ups, saves and analyses. Its threads stay lowered, since raising
+    /// a thread's priority again needs privilege.
+    QThreadPool backgroundPool_;
+};
+
+} // namespace ambrel

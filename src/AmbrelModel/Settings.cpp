@@ -1,0 +1,46 @@
+#include "AmbrelModel/Settings.hpp"
+
+#include <QFileInfo>
+#include <QSettings>
+#include <QString>
+
+namespace ambrel::Settings {
+
+namespace {
+
+QSettings store() {
+    return QSettings(QStringLiteral("Ambrel"), QStringLiteral("Ambrel"));
+}
+
+const QString targetKey = QStringLiteral("target");
+
+QString itemCountKey(const std::string& rootPath) {
+    return QStringLiteral("itemCount:") + QString::fromStdString(rootPath);
+}
+
+} // namespace
+
+ScanTarget lastTarget() {
+    const auto stored = store().value(targetKey).toString();
+    if (stored == QStringLiteral("home")) return ScanTarget::home();
+    if (stored.startsWith(u'/') && QFileInfo(stored).isDir())
+        return ScanTarget::folder(stored.toStdString());
+    return ScanTarget::startupDisk();
+}
+
+void setLastTarget(const ScanTarget& target) {
+    store().setValue(targetKey,
+                     target.kind == ScanTarget::Kind::Folder ? QString::fromStdString(target.path)
+                     : target.kind == ScanTarget::Kind::Home ? QStringLiteral("home")
+                                                             : QStringLiteral("startupDisk"));
+}
+
+std::int64_t itemCount(const std::string& rootPath) {
+    return store().value(itemCountKey(rootPath), 0).toLongLong();
+}
+
+void setItemCount(const std::string& rootPath, std::int64_t count) {
+    store().setValue(itemCountKey(rootPath), static_cast<qlonglong>(count));
+}
+
+} // namespace ambrel::Settings
