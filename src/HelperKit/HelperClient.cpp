@@ -186,6 +186,11 @@ void HelperClient::progress(std::int64_t files, std::uint64_t bytes) {
     if (callback) callback(files, bytes);
 }
 
+bool HelperClient::isConnected() const {
+    const std::lock_guard lock(lock_);
+    return !disconnected_;
+}
+
 std::size_t HelperClient::received() const {
     const std::lock_guard lock(lock_);
     return received_;

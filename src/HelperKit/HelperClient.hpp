@@ -57,6 +57,9 @@ public:
     void receive(std::vector<std::uint8_t> batch, std::uint64_t offset);
     void progress(std::int64_t files, std::uint64_t bytes);
 
+    /// False once the helper has closed its end (it ended) or sent a bad frame.
+    bool isConnected() const;
+
     /// Blocks received in the running or last scan, and the count its reply announced.
     std::size_t received() const;
     std::optional<std::uint64_t> expected() const;

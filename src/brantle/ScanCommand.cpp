@@ -1,5 +1,6 @@
 // brantle scan: scans a folder with the disk scanner, prints its totals and can save the
 // result as a snapshot.
+#include "AdministratorScan.hpp"
 #include "Command.hpp"
 #include "ScanArguments.hpp"
 #include "TreeReport.hpp"
@@ -43,6 +44,7 @@ void returnLargeBlocksToTheSystem() {
 }
 
 int runScan(Arguments args) {
+    if (asksForAdministrator(args)) return runAdministratorScan(args);
     auto request = ScanArguments::parse(args, true);
     if (!request) return usageError(scanCommand);
     request->operand = absolutePath(request->operand);
@@ -81,6 +83,10 @@ int runScan(Arguments args) {
 
 } // namespace
 
-const Command scanCommand{"scan", "scan PATH [--workers N] [--save FILE] [--json]", runScan};
+const Command scanCommand{"scan",
+                          "scan PATH [--workers N] [--save FILE] [--json]\n"
+                          "  brantle scan PATH --as-administrator [--helper PROGRAM] "
+                          "[--batch-size BYTES] [--json]",
+                          runScan};
 
 } // namespace brantle::cli
