@@ -1,0 +1,71 @@
+// The administrator scan of the model with the real helper over pipes: the tree arrives and
+// is stored as its root's snapshot; a helper that is missing or refuses says why.
+#include "ModelEnvironment.hpp"
+
+#include "AmbrelModel/AdministratorScan.hpp"
+#include "AmbrelModel/StoredSnapshot.hpp"
+#include "BrantleCore/DiskScanner.hpp"
+#include "support/TreeDump.hpp"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+
+#include <chrono>
+#include <thread>
+
+using namespace ambrel;
+
+namespace {
+
+struct Outcome {
+    std::shared_ptr<const brantle::FileTree> tree;
+    std::optional<QString> unavailable;
+    std::optional<QString> stopped;
+    bool progressed = false;
+
+    bool done() const { return tree || unavailable || stopped; }
+};
+
+Outcome scanThrough(const std::string& program, const std::string& path) {
+    AdministratorScan scan({program, {}, false});
+    Outcome outcome;
+    QObject::connect(&scan, &AdministratorScan::finished,
+                     [&](std::shared_ptr<const brantle::FileTree> tree) { outcome.tree = tree; });
+    QObject::connect(&scan, &AdministratorScan::unavailable,
+                     [&](bool, const QString& message) { outcome.unavailable = message; });
+    QObject::connect(&scan, &AdministratorScan::stopped,
+                     [&](const QString& text) { outcome.stopped = text; });
+    QObject::connect(&scan, &AdministratorScan::progressed,
+                     [&](const brantle::ScanProgress&) { outcome.progressed = true; });
+    scan.start(path);
+    for (int round = 0; round < 3000 && !outcome.done(); ++round) {
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return outcome;
+}
+
+} // namespace
+
+TEST(AdministratorScan, InstallsAndStoresTheHelpersTreeOrSaysWhyNot) {
+    TempFolder work;
+    work.folder("docs");
+    work.file("docs/a", 5000);
+    work.file("b", 300);
+
+    const Outcome scanned = scanThrough(AMBREL_HELPER, work.path());
+    ASSERT_TRUE(scanned.tree) << scanned.stopped.value_or("").toStdString()
+                              << scanned.unavailable.value_or("").toStdString();
+    brantle::DiskScanner scanner(brantle::ScanOptions::forVolume(work.path()), 1);
+    const std::string direct = treeDump(scanner.scan(work.path()));
+    EXPECT_EQ(treeDump(*scanned.tree), direct);
+    const auto stored = StoredSnapshot::load(work.path());
+    ASSERT_TRUE(stored.has_value());
+    EXPECT_EQ(treeDump(stored->tree), direct);
+
+    EXPECT_EQ(scanThrough(work / "no-helper", work.path()).unavailable,
+              QString::fromStdString("the helper isn't installed at " + (work / "no-helper")));
+    EXPECT_EQ(scanThrough(AMBREL_HELPER, work / "missing").stopped,
+              QString::fromStdString("Not a folder: " + (work / "missing")));
+}
