@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -46,10 +47,19 @@ Bytes snapshotShaped() {
     appendColumn<std::uint64_t>(out, nodes, [](std::size_t i) { return 1000000 + 3 * i; });
     appendColumn<std::uint16_t>(out, nodes, [&](std::size_t) { return rng() % 4; });
     out.resize(out.size() + (256u << 10), 0);
+    // Text from the reference vector's words in a new order, so the tail does not repeat.
     const Bytes text = readVector("english_64k");
-    while (out.size() < total && !text.empty())
-        out.insert(out.end(), text.begin(),
-                   text.begin() + static_cast<long>(std::min(text.size(), total - out.size())));
+    std::vector<std::string> words;
+    for (auto it = text.begin(); it != text.end();) {
+        const auto space = std::find(it, text.end(), ' ');
+        words.emplace_back(it, space == text.end() ? space : space + 1);
+        it = space == text.end() ? space : space + 1;
+    }
+    while (out.size() < total && !words.empty()) {
+        const auto& word = words[rng() % words.size()];
+        out.insert(out.end(), word.begin(), word.end());
+    }
+    out.resize(total);
     return out;
 }
 
