@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 20
 
-.PHONY: deps build run test asan fuzz bench format clean
+.PHONY: deps build run test asan fuzz bench package format clean
 
 deps:
 	bash scripts/install-deps
@@ -28,6 +28,12 @@ fuzz: deps
 	cmake --preset fuzz
 	cmake --build --preset fuzz -j $(JOBS)
 	bash scripts/run-fuzzers build/fuzz $(FUZZ_SECONDS)
+
+# A packager's Release build (default options: warnings are not errors) and its .deb.
+package: deps
+	cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DAMBREL_TESTS=OFF -DAMBREL_BENCH=OFF
+	cmake --build build/release -j $(JOBS)
+	cd build/release && cpack -G DEB
 
 bench: build
 	@for b in build/dev/bench/bench_*; do echo "== $$b"; $$b; done

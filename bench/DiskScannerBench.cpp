@@ -102,8 +102,8 @@ void BM_Scan(benchmark::State& state) {
     const std::string corpus = cachedFolder("ambrel-bench-corpus-50000");
     if (!std::filesystem::exists(corpus + ".made")) {
         std::filesystem::remove_all(corpus);
-        const std::string make = "python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 50000 '" +
-                                 corpus + "' >/dev/null && touch '" + corpus + ".made'";
+        const std::string make = "python3 " AMBREL_MAKE_TREE " --entries 50000 '" + corpus +
+                                 "' >/dev/null && touch '" + corpus + ".made'";
         if (std::system(make.c_str()) != 0) {
             state.SkipWithError("make-tree failed");
             return;

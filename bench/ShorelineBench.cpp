@@ -29,8 +29,8 @@ std::string corpus(std::string& error) {
     const std::string folder = temporaryFolder() + "/ambrel-corpus-1000000";
     if (std::filesystem::exists(folder + ".made")) return folder;
     std::filesystem::remove_all(folder);
-    const std::string make = "python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 1000000 '" +
-                             folder + "' >/dev/null && echo 1000000 > '" + folder + ".made'";
+    const std::string make = "python3 " AMBREL_MAKE_TREE " --entries 1000000 '" + folder +
+                             "' >/dev/null && echo 1000000 > '" + folder + ".made'";
     if (std::system(make.c_str()) != 0) error = "make-tree failed";
     return folder;
 }

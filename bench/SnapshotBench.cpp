@@ -1,5 +1,5 @@
 // Snapshot store and change catch-up on a generated corpus (default 1,000,000 entries, made
-// with shared/bench/make-tree when missing): snapshot size, encode-and-save, load-and-decode,
+// with bench/make-tree when missing): snapshot size, encode-and-save, load-and-decode,
 // and a catch-up after changes in ten folders against a full rescan of the same corpus.
 //
 // AMBREL_BENCH_CORPUS names the corpus folder (default $TMPDIR/ambrel-corpus-1000000). The
@@ -43,8 +43,8 @@ struct Corpus {
 
     Corpus() : root(corpusPath()) {
         if (!fs::exists(root)) {
-            const std::string make = "python3 '" + std::string(AMBREL_SHARED_DIR) +
-                                     "/bench/make-tree' --entries 1000000 '" + root + "'";
+            const std::string make =
+                "python3 '" AMBREL_MAKE_TREE "' --entries 1000000 '" + root + "'";
             if (std::system(make.c_str()) != 0) std::abort();
         }
         std::string pattern = (fs::temp_directory_path() / "ambrel-snapshot-bench-XXXXXX").string();

@@ -31,7 +31,8 @@ function(ambrel_tests module)
   endif()
   target_link_libraries(${module}Tests PRIVATE ${ARG_DEPENDS} GTest::gtest GTest::gmock
                                                GTest::gtest_main)
-  target_compile_definitions(${module}Tests PRIVATE AMBREL_SHARED_DIR="${AMBREL_SHARED_DIR}")
+  target_compile_definitions(${module}Tests PRIVATE AMBREL_TEST_DATA="${AMBREL_TEST_DATA}"
+                                                    AMBREL_MAKE_TREE="${AMBREL_MAKE_TREE}")
   if(module STREQUAL "brantle")
     target_compile_definitions(${module}Tests PRIVATE AMBREL_BRANTLE="$<TARGET_FILE:brantle>")
     add_dependencies(${module}Tests brantle)

@@ -3,28 +3,75 @@
 #include "AmbrelModel/AppModel.hpp"
 #include "AppWindow.hpp"
 
+#include <QCommandLineParser>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
+#include <span>
+#include <string_view>
+
+namespace {
+
+[[noreturn]] void fail(const QString& message) {
+    std::fprintf(stderr, "ambrel: %s\nTry 'ambrel --help' for more information.\n",
+                 qPrintable(message));
+    std::exit(2);
+}
+
+/// The folder named on the command line, if any. Exits with status 2 on a usage error, and
+/// after printing --help or --version.
+std::optional<ambrel::ScanTarget> folderArgument(const QCoreApplication& app) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Shows what fills a disk as a ring of folders beside a list of the "
+                       "biggest items."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(
+        QStringLiteral("FOLDER"),
+        QStringLiteral("The folder to show (default: the one shown last, at first the startup "
+                       "disk)."),
+        QStringLiteral("[FOLDER]"));
+    if (!parser.parse(app.arguments())) fail(parser.errorText());
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all")))
+        parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version"))) parser.showVersion();
+    const QStringList folders = parser.positionalArguments();
+    if (folders.size() > 1) fail(QStringLiteral("too many arguments"));
+    if (folders.isEmpty()) return std::nullopt;
+    const QFileInfo folder(folders.front());
+    if (!folder.isDir()) fail(QStringLiteral("not a folder: ") + folders.front());
+    return ambrel::ScanTarget::folder(folder.absoluteFilePath().toStdString());
+}
+
+/// --help and --version print and exit without opening the display, so they work anywhere.
+bool asksForTextOnly(int argc, char* argv[]) {
+    const std::span<char*> arguments(argv + 1, static_cast<std::size_t>(argc - 1));
+    return std::ranges::any_of(arguments, [](std::string_view argument) {
+        return argument == "--help" || argument == "-h" || argument == "-?" ||
+               argument == "--help-all" || argument == "--version" || argument == "-v";
+    });
+}
+
+} // namespace
 
 int main(int argc, char* argv[]) {
-    QGuiApplication app(argc, argv);
-    QGuiApplication::setOrganizationName(QStringLiteral("Ambrel"));
-    QGuiApplication::setApplicationName(QStringLiteral("Ambrel"));
-    ambrel::AppModel model;
-    // `ambrel FOLDER` shows that folder; otherwise the target of the last run.
-    std::optional<ambrel::ScanTarget> target;
-    if (const auto arguments = QGuiApplication::arguments(); arguments.size() > 1) {
-        const QFileInfo folder(arguments.at(1));
-        if (!folder.isDir()) {
-            std::fprintf(stderr, "ambrel: not a folder: %s\n", qPrintable(arguments.at(1)));
-            return 2;
-        }
-        target = ambrel::ScanTarget::folder(folder.absoluteFilePath().toStdString());
+    QCoreApplication::setOrganizationName(QStringLiteral("Ambrel"));
+    QCoreApplication::setApplicationName(QStringLiteral("Ambrel"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(AMBREL_VERSION));
+    if (asksForTextOnly(argc, argv)) {
+        const QCoreApplication text(argc, argv);
+        folderArgument(text);
     }
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.ambrel.Ambrel"));
+    const std::optional<ambrel::ScanTarget> target = folderArgument(app);
+    ambrel::AppModel model;
     // The snapshot decodes on a background thread while the window is built.
     model.start(target);
     QQmlApplicationEngine engine;

@@ -44,6 +44,15 @@ Rank rankOf(const ShorelineContext& context, NodeId node, const std::string& pat
     return {score, -mtime};
 }
 
+/// "~/rest" for a path in the home folder. Appended rather than `"~" + rest`, which makes
+/// GCC 12 at -O3 raise a false -Wrestrict inside std::string.
+std::string shownFromHome(const std::string& path, const std::string& home) {
+    if (!path.starts_with(home)) return path;
+    std::string shown(1, '~');
+    shown.append(path, home.size());
+    return shown;
+}
+
 void proposeCopies(const ShorelineContext& context, const std::vector<NodeId>& set,
                    std::vector<Candidate>& out) {
     struct Copy {
@@ -58,9 +67,7 @@ void proposeCopies(const ShorelineContext& context, const std::vector<NodeId>& s
         copies.push_back({node, std::move(path), rank});
     }
     std::ranges::stable_sort(copies, std::less<>{}, &Copy::rank);
-    const std::string kept = context.tree.path(copies.front().node);
-    const std::string display =
-        kept.starts_with(context.home) ? "~" + kept.substr(context.home.size()) : kept;
+    const std::string display = shownFromHome(context.tree.path(copies.front().node), context.home);
     for (std::size_t i = 1; i < copies.size(); ++i) {
         if (DuplicatesRule::inManagedLibrary(copies[i].path, context) ||
             CreativeProjects::contains(copies[i].node, context))

@@ -25,6 +25,9 @@ struct Command {
 /// Prints "usage: brantle USAGE" to standard error and returns exitUsage.
 int usageError(const Command& command);
 
+/// The paragraph `brantle NAME --help` prints under the usage line; empty when there is none.
+std::string_view commandHelp(std::string_view name);
+
 /// The absolute form of `path`, made lexically (symbolic links are not resolved).
 std::string absolutePath(std::string_view path);
 

@@ -1,6 +1,7 @@
 // brantle: the command-line front end of the core, for scripts, benchmarks and headless machines.
 #include "Command.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -14,15 +15,8 @@ namespace brantle::cli {
 
 // Subcommands register here, one line each.
 const std::array commands{
-    catchUpCommand,
-    eraseCommand,
-    guardCommand,
-    lzfseCommand,
-    ringCommand,
-    scanCommand,
-    snapshotCommand,
-    suggestCommand,
-    trashCommand,
+    catchUpCommand, eraseCommand,    guardCommand,   lzfseCommand, ringCommand,
+    scanCommand,    snapshotCommand, suggestCommand, trashCommand,
 };
 
 int usageError(const Command& command) {
@@ -53,11 +47,31 @@ std::optional<int> parseCount(std::string_view text) {
 namespace {
 
 int printUsage(std::FILE* out) {
-    std::fprintf(out, "usage: brantle COMMAND [ARGS]\n");
+    std::fprintf(out, "usage: brantle COMMAND [ARGS]\n"
+                      "       brantle COMMAND --help\n"
+                      "       brantle --version\n\ncommands:\n");
     for (const auto& command : commands)
         std::fprintf(out, "  brantle %.*s\n", static_cast<int>(command.usage.size()),
                      command.usage.data());
     return out == stdout ? exitOk : exitUsage;
+}
+
+int printHelp(const Command& command) {
+    const auto help = commandHelp(command.name);
+    std::printf("usage: brantle %.*s\n%s%.*s", static_cast<int>(command.usage.size()),
+                command.usage.data(), help.empty() ? "" : "\n", static_cast<int>(help.size()),
+                help.data());
+    return exitOk;
+}
+
+const Command* commandNamed(std::string_view name) {
+    for (const auto& command : commands)
+        if (command.name == name) return &command;
+    return nullptr;
+}
+
+bool asksForHelp(Arguments args) {
+    return std::ranges::find(args, "--help") != args.end() || (!args.empty() && args[0] == "-h");
 }
 
 } // namespace
@@ -67,12 +81,18 @@ int printUsage(std::FILE* out) {
 int main(int argc, char** argv) {
     using namespace brantle::cli;
     if (argc < 2) return printUsage(stderr);
-    const std::string_view name = argv[1];
-    if (name == "--help" || name == "-h" || name == "help") return printUsage(stdout);
-    std::vector<std::string_view> args(argv + 2, argv + argc);
-    for (const auto& command : commands) {
-        if (command.name == name) return command.run(args);
+    std::string_view name = argv[1];
+    const std::vector<std::string_view> args(argv + 2, argv + argc);
+    if (name == "--version") {
+        std::printf("brantle %s\n", AMBREL_VERSION);
+        return exitOk;
     }
+    if (name == "--help" || name == "-h" || (name == "help" && args.empty()))
+        return printUsage(stdout);
+    const bool help = name == "help";
+    if (help) name = args[0];
+    if (const auto* command = commandNamed(name))
+        return help || asksForHelp(args) ? printHelp(*command) : command->run(args);
     std::fprintf(stderr, "brantle: unknown command '%.*s'\n", static_cast<int>(name.size()),
                  name.data());
     return printUsage(stderr);

@@ -33,7 +33,7 @@ TEST(ScanService, SendsTheDirectScanAsASnapshotInBatches) {
     TempFolder work;
     const std::string corpus = work / "corpus";
     int status = -1;
-    commandOutput("python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 2000 '" + corpus +
+    commandOutput("python3 " AMBREL_MAKE_TREE " --entries 2000 '" + corpus +
                       "' >/dev/null 2>&1 && find '" + corpus + "' -type f -links +1 -delete",
                   &status);
     ASSERT_EQ(status, 0) << "make-tree failed";

@@ -22,7 +22,7 @@ TEST(AdministratorScanCommand, ReportsTheDirectScanAndItsBatches) {
     TempFolder work;
     const std::string corpus = work / "corpus";
     int status = -1;
-    commandOutput("python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 1500 '" + corpus +
+    commandOutput("python3 " AMBREL_MAKE_TREE " --entries 1500 '" + corpus +
                       "' >/dev/null 2>&1 && find '" + corpus + "' -type f -links +1 -delete",
                   &status);
     ASSERT_EQ(status, 0) << "make-tree failed";

@@ -11,8 +11,7 @@ TEST(ScanCommand, ReportsTheTreeAndRejectsBadArguments) {
     TempFolder work;
     const std::string corpus = work / "corpus";
     int status = -1;
-    commandOutput("python3 " AMBREL_SHARED_DIR "/bench/make-tree --entries 3000 '" + corpus +
-                      "' >/dev/null 2>&1",
+    commandOutput("python3 " AMBREL_MAKE_TREE " --entries 3000 '" + corpus + "' >/dev/null 2>&1",
                   &status);
     ASSERT_EQ(status, 0) << "make-tree failed";
 
