@@ -28,6 +28,8 @@ ToolBar {
             objectName: "startupDiskMenu"
             text: "▾"
             onClicked: startupDiskMenu.open()
+            ToolTip.visible: hovered
+            ToolTip.text: "More ways to scan the startup disk"
             Menu {
                 id: startupDiskMenu
                 y: parent.height
