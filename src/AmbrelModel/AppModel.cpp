@@ -52,6 +52,7 @@ void AppModel::start(std::optional<ScanTarget> target) {
 
 void AppModel::load(const ScanTarget& target, bool quiet) {
     requireMainThread();
+    leaveAdministratorScan();
     setVolumeFor(target.rootPath());
     if (!quiet && phase_ != Phase::Updating) setPhase(Phase::Updating);
     session_.load(target, quiet);
@@ -75,6 +76,7 @@ void AppModel::chooseFolder(const QString& path) {
 
 void AppModel::fullScan(const ScanTarget& target) {
     requireMainThread();
+    leaveAdministratorScan();
     if (const auto path = view_.focusPath()) droppedFocus_ = std::pair{target_, *path};
     // The toolbar and the gauge's scale follow the target being scanned.
     setTarget(target);
@@ -86,6 +88,68 @@ void AppModel::fullScan(const ScanTarget& target) {
     setVolumeFor(rootPath);
     expectedCount_ = Settings::itemCount(rootPath);
     session_.fullScan(target, expectedCount_);
+}
+
+void AppModel::scanAsAdministrator() {
+    requireMainThread();
+    leaveAdministratorScan();
+    session_.cancel();
+    const ScanTarget disk = ScanTarget::startupDisk();
+    setTarget(disk);
+    if (phase_ != Phase::Scanning) setPhase(Phase::Scanning);
+    setProgress(std::nullopt);
+    view_.setTree(nullptr, std::nullopt);
+    relayout();
+    setVolumeFor(disk.rootPath());
+    adminClient_ = new AdministratorScan(helperLaunch_, this);
+    connect(adminClient_, &AdministratorScan::unavailable, this,
+            [this](bool needsApproval, const QString& message) {
+                fallBackFromAdministratorScan(
+                    needsApproval
+                        ? Notice::make("To scan as administrator, turn on Ambrel under “Allow in "
+                                       "the Background” in Login Items, then choose Scan as "
+                                       "Administrator again.",
+                                       false)
+                        : Notice::make("Administrator scan isn't available (" + message +
+                                           "). Showing your regular scan.",
+                                       true));
+            });
+    connect(adminClient_, &AdministratorScan::stopped, this, [this](const QString& description) {
+        fallBackFromAdministratorScan(Notice::make(
+            "The administrator scan stopped (" + description + "). Showing your regular scan.",
+            true));
+    });
+    connect(adminClient_, &AdministratorScan::progressed, this,
+            [this](const brantle::ScanProgress& p) {
+                if (phase_ == Phase::Scanning) setProgress(p);
+            });
+    connect(adminClient_, &AdministratorScan::finished, this,
+            [this, disk](std::shared_ptr<const brantle::FileTree> tree) {
+                leaveAdministratorScan();
+                finish(std::move(tree), disk);
+                adminScan_ = true;
+                emit adminScanChanged();
+            });
+    adminClient_->start(disk.rootPath());
+}
+
+void AppModel::leaveAdministratorScan() {
+    if (adminClient_) {
+        adminClient_->disconnect(this);
+        adminClient_->cancel();
+        adminClient_->deleteLater();
+        adminClient_ = nullptr;
+    }
+    if (adminScan_) {
+        adminScan_ = false;
+        emit adminScanChanged();
+    }
+}
+
+void AppModel::fallBackFromAdministratorScan(Notice notice) {
+    leaveAdministratorScan();
+    setNotice(std::move(notice));
+    load(ScanTarget::startupDisk(), false);
 }
 
 // MARK: installing a tree

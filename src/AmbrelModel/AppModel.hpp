@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AmbrelModel/AdministratorScan.hpp"
 #include "AmbrelModel/Notice.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
@@ -48,6 +49,7 @@ class AppModel : public QObject {
     Q_PROPERTY(QVariantList breadcrumbItems READ breadcrumbItems NOTIFY layoutIDChanged)
     Q_PROPERTY(QVariantList items READ itemRows NOTIFY layoutIDChanged)
     Q_PROPERTY(QVariantMap storage READ storage NOTIFY volumeChanged)
+    Q_PROPERTY(bool adminScan READ adminScan NOTIFY adminScanChanged)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -78,6 +80,13 @@ public:
     Q_INVOKABLE void showStartupDisk() { load(ScanTarget::startupDisk(), false); }
     Q_INVOKABLE void showHome() { load(ScanTarget::home(), false); }
     Q_INVOKABLE void chooseFolder(const QString& path);
+    /// Scans the startup disk through the administrator helper; when the helper cannot be
+    /// used or the scan fails, says why and shows the regular scan instead.
+    Q_INVOKABLE void scanAsAdministrator();
+    /// How the administrator helper is started (the installed one by default).
+    void setHelperLaunch(helperkit::AdminHelper::Launch launch) {
+        helperLaunch_ = std::move(launch);
+    }
     /// Installs a finished tree for `target`, keeping the focused folder by path.
     void finish(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     /// Shows a stored tree while it is brought up to date; the phase stays `Updating` and
@@ -129,6 +138,8 @@ public:
     int layoutID() const { return view_.layoutID(); }
     int revision() const { return revision_; }
     bool hasFullDiskAccess() const { return hasFullDiskAccess_; }
+    /// True while the tree shown came from an administrator scan.
+    bool adminScan() const { return adminScan_; }
     const std::optional<brantle::ScanProgress>& progress() const { return progress_; }
     const std::optional<brantle::VolumeInfo>& volume() const { return volume_; }
     const std::optional<brantle::VolumeInfo>& startupVolume() const { return startupVolume_; }
@@ -165,9 +176,15 @@ signals:
     void historyChanged();
     void shorelineChanged();
     void shorelineCheckedChanged();
+    void adminScanChanged();
 
 private:
     void fullScan(const ScanTarget& target);
+    /// Drops the running administrator scan, whose results no longer count, and marks the
+    /// tree as not an administrator scan.
+    void leaveAdministratorScan();
+    /// After a failed administrator scan: `notice`, then the startup disk's regular scan.
+    void fallBackFromAdministratorScan(Notice notice);
     void requireMainThread() const;
     void setPhase(Phase phase);
     void setShorelinePhase(ShorelinePhase phase);
@@ -204,6 +221,9 @@ private:
     /// The focus's path when a full scan dropped the tree, so the rescan can keep it.
     std::optional<std::pair<ScanTarget, std::string>> droppedFocus_;
     ScanSession session_;
+    bool adminScan_ = false;
+    helperkit::AdminHelper::Launch helperLaunch_ = helperkit::AdminHelper::Launch::installed();
+    AdministratorScan* adminClient_ = nullptr; ///< the running administrator scan, a child
 };
 
 } // namespace ambrel

@@ -1,5 +1,6 @@
 // The administrator scan of the model with the real helper over pipes: the tree arrives and
-// is stored as its root's snapshot; a helper that is missing or refuses says why.
+// is stored as its root's snapshot; a helper that is missing or refuses says why, and the
+// model shows the regular scan with that reason.
 #include "ModelEnvironment.hpp"
 
 #include "AmbrelModel/AdministratorScan.hpp"
@@ -68,4 +69,23 @@ TEST(AdministratorScan, InstallsAndStoresTheHelpersTreeOrSaysWhyNot) {
               QString::fromStdString("the helper isn't installed at " + (work / "no-helper")));
     EXPECT_EQ(scanThrough(AMBREL_HELPER, work / "missing").stopped,
               QString::fromStdString("Not a folder: " + (work / "missing")));
+}
+
+TEST(AdministratorScan, TheModelFallsBackToTheRegularScanWithItsNotice) {
+    TempFolder work;
+    AppModel model;
+    model.setHelperLaunch({work / "no-helper", {}, false});
+    model.scanAsAdministrator();
+    EXPECT_EQ(model.phase(), AppModel::Phase::Scanning);
+    EXPECT_EQ(model.target(), ScanTarget::startupDisk());
+    EXPECT_TRUE(model.segments().empty());
+    settle(model, [&] { return model.notice().has_value(); });
+    ASSERT_TRUE(model.notice().has_value());
+    EXPECT_EQ(model.notice()->text.toStdString(),
+              "Administrator scan isn't available (the helper isn't installed at " +
+                  (work / "no-helper") + "). Showing your regular scan.");
+    EXPECT_TRUE(model.notice()->isWarning);
+    EXPECT_FALSE(model.adminScan());
+    // The startup disk's regular snapshot is being loaded instead.
+    EXPECT_EQ(model.phase(), AppModel::Phase::Updating);
 }

@@ -25,6 +25,21 @@ ToolBar {
             onClicked: toolbar.appModel.showStartupDisk()
         }
         ToolButton {
+            objectName: "startupDiskMenu"
+            text: "▾"
+            onClicked: startupDiskMenu.open()
+            ToolTip.visible: hovered
+            ToolTip.text: "More ways to scan the startup disk"
+            Menu {
+                id: startupDiskMenu
+                y: parent.height
+                MenuItem {
+                    text: "Scan as Administrator"
+                    onTriggered: toolbar.appModel.scanAsAdministrator()
+                }
+            }
+        }
+        ToolButton {
             text: "Home"
             checkable: true
             checked: toolbar.appModel.targetKind === ScanTarget.Home
@@ -34,6 +49,11 @@ ToolBar {
             objectName: "chooseFolder"
             text: "Choose Folder…"
             onClicked: toolbar.chooseFolder()
+        }
+        Label {
+            objectName: "adminScan"
+            visible: toolbar.appModel.adminScan
+            text: "· scanned as administrator"
         }
         Item {
             Layout.fillWidth: true
