@@ -14,13 +14,8 @@ namespace brantle::cli {
 
 // Subcommands register here, one line each.
 const std::array commands{
-    catchUpCommand,
-    guardCommand,
-    lzfseCommand,
-    ringCommand,
-    scanCommand,
-    snapshotCommand,
-    suggestCommand,
+    catchUpCommand, guardCommand,    lzfseCommand,   ringCommand,
+    scanCommand,    snapshotCommand, suggestCommand,
 };
 
 int usageError(const Command& command) {

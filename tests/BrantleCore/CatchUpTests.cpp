@@ -225,7 +225,9 @@ TEST(DiskScannerRescan, NewlyReadableFoldersAndListedPathsOutsideTheTree) {
     EXPECT_EQ(rescanner.rescan(tree, DiskScanner::newlyReadable(tree)), 1u);
     EXPECT_EQ(tree.flags(*tree.node(root / "was-locked")), NodeFlags::directory);
     EXPECT_EQ(tree.size(*tree.node(root / "was-locked")),
-              testing_support::allocatedBytes(root / "was-locked/sub/f"));
+              testing_support::allocatedBytes(root / "was-locked") +
+                  testing_support::allocatedBytes(root / "was-locked/sub") +
+                  testing_support::allocatedBytes(root / "was-locked/sub/f"));
 
     // A listed folder the tree does not know yet stands for its nearest known ancestor; paths
     // outside the root are ignored, and one folder listed twice is read once.
