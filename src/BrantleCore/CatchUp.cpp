@@ -1,17 +1,13 @@
 #include "BrantleCore/CatchUp.hpp"
 
 #include "BrantleCore/ChangeHistory.hpp"
+#include "BrantleCore/PathText.hpp"
 
 #include <algorithm>
 
 namespace brantle {
 
 namespace {
-
-double secondsSince1970() {
-    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
 
 std::size_t liveFolders(const FileTree& tree) {
     const auto& bits = tree.columns().flagBits;
@@ -21,26 +17,39 @@ std::size_t liveFolders(const FileTree& tree) {
     }));
 }
 
-/// The root as a tree spells it: one trailing "/" dropped unless the path is "/".
-std::string treeRoot(std::string_view path) {
-    if (path.size() >= 2 && path.back() == '/') path.remove_suffix(1);
-    return std::string(path);
+} // namespace
+
+double secondsSince1970() {
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
 }
 
-} // namespace
+CatchUpResult scanWithRecord(DiskScanner& scanner, std::string_view root,
+                             std::int64_t expectedCount, DiskScanner::ProgressCallback progress) {
+    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
+    FileTree tree = scanner.scan(root, expectedCount, std::move(progress));
+    const std::size_t folders = liveFolders(tree);
+    std::string rootPath = tree.rootPath();
+    return {std::move(tree),
+            {std::move(rootPath), secondsSince1970(), eventID},
+            CatchUpResult::Mode::rescan,
+            folders};
+}
 
 std::optional<CatchUpResult> catchUpChanges(DiskScanner& scanner, Snapshot::Contents loaded,
                                             std::chrono::duration<double> timeout) {
+    scanner.begin();
     const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
     const ChangeSet changes = ChangeHistory::changedDirectories(
         loaded.tree.rootPath(), loaded.meta.fsEventID, timeout, loaded.tree);
-    if (changes.needsFullRescan()) return std::nullopt;
+    if (scanner.isCancelled() || changes.needsFullRescan()) return std::nullopt;
     std::vector<std::string> folders = DiskScanner::newlyReadable(loaded.tree);
     folders.insert(folders.end(), changes.directories.begin(), changes.directories.end());
     const std::size_t reread =
         folders.empty() ? 0 : scanner.rescan(loaded.tree, std::move(folders));
+    if (scanner.isCancelled()) return std::nullopt;
     std::string rootPath = loaded.tree.rootPath();
-    return CatchUpResult{std::move(loaded.tree),
+    return CatchUpResult{FileTree::compact(std::move(loaded.tree)),
                          {std::move(rootPath), secondsSince1970(), eventID},
                          CatchUpResult::Mode::catchUp,
                          reread};
@@ -48,18 +57,13 @@ std::optional<CatchUpResult> catchUpChanges(DiskScanner& scanner, Snapshot::Cont
 
 CatchUpResult catchUp(DiskScanner& scanner, std::optional<Snapshot::Contents> loaded,
                       std::string_view root, std::chrono::duration<double> timeout) {
-    const std::string rootPath = treeRoot(root);
+    const std::string_view rootPath = PathText::withoutTrailingSlash(root);
     if (loaded && loaded->tree.rootPath() == rootPath) {
         if (auto caughtUp = catchUpChanges(scanner, std::move(*loaded), timeout))
             return std::move(*caughtUp);
+        if (scanner.isCancelled()) return {FileTree(rootPath), {}, CatchUpResult::Mode::rescan, 0};
     }
-    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
-    FileTree tree = scanner.scan(rootPath);
-    const std::size_t folders = liveFolders(tree);
-    return {std::move(tree),
-            {rootPath, secondsSince1970(), eventID},
-            CatchUpResult::Mode::rescan,
-            folders};
+    return scanWithRecord(scanner, rootPath);
 }
 
 } // namespace brantle

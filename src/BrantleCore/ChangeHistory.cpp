@@ -4,10 +4,13 @@
 
 #include "BrantleCore/ChangeHistory.hpp"
 
+#include "BrantleCore/DirectoryReader.hpp"
 #include "BrantleCore/FileTree.hpp"
+#include "BrantleCore/PathText.hpp"
 
 #include <algorithm>
 #include <atomic>
+#include <climits>
 #include <fcntl.h>
 #include <iterator>
 #include <optional>
@@ -15,6 +18,7 @@
 #include <sys/sysmacros.h>
 #include <thread>
 #include <time.h>
+#include <unistd.h>
 #include <vector>
 
 namespace brantle::ChangeHistory {
@@ -28,24 +32,32 @@ constexpr std::int64_t nanosPerSecond = 1'000'000'000;
 struct FolderState {
     bool isDirectory = false;
     dev_t device = 0;
+    std::uint64_t inode = 0;
     std::int64_t changedAt = 0; ///< the later of change and modification time, nanoseconds
 };
 
-std::optional<FolderState> folderState(const std::string& path) {
+/// The state of the folder at `path`; a root is followed through a symbolic link as the
+/// scanner follows it, and a path too long for one call is asked relative to its parent.
+std::optional<FolderState> folderState(const std::string& path, bool follow = false) {
     struct statx sx;
-    if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
-              STATX_TYPE | STATX_MTIME | STATX_CTIME, &sx) != 0)
-        return std::nullopt;
+    const int flags = (follow ? 0 : AT_SYMLINK_NOFOLLOW) | AT_NO_AUTOMOUNT;
+    constexpr unsigned mask = STATX_TYPE | STATX_MTIME | STATX_CTIME | STATX_INO;
+    int status = -1;
+    if (path.size() < PATH_MAX) {
+        status = statx(AT_FDCWD, path.c_str(), flags, mask, &sx);
+    } else {
+        const std::size_t slash = path.rfind('/');
+        const int parent = openDirectory(std::string_view(path).substr(0, slash));
+        if (parent < 0) return std::nullopt;
+        status = statx(parent, path.c_str() + slash + 1, flags, mask, &sx);
+        close(parent);
+    }
+    if (status != 0) return std::nullopt;
     const auto nanos = [](const statx_timestamp& t) {
         return t.tv_sec * nanosPerSecond + t.tv_nsec;
     };
     return FolderState{S_ISDIR(sx.stx_mode), makedev(sx.stx_dev_major, sx.stx_dev_minor),
-                       std::max(nanos(sx.stx_ctime), nanos(sx.stx_mtime))};
-}
-
-std::string_view withoutTrailingSlash(std::string_view path) {
-    if (path.size() >= 2 && path.back() == '/') path.remove_suffix(1);
-    return path;
+                       sx.stx_ino, std::max(nanos(sx.stx_ctime), nanos(sx.stx_mtime))};
 }
 
 /// The live folders of the tree that are still reachable from the root, parents first.
@@ -70,8 +82,11 @@ public:
         : tree_(tree), threshold_(threshold), deadline_(deadline) {}
 
     std::optional<std::vector<std::string>> run() {
-        const auto root = folderState(tree_.rootPath());
+        const auto root = folderState(tree_.rootPath(), true);
         if (!root || !root->isDirectory) return std::nullopt;
+        // Another folder or volume now at the root's path: only a full rescan can tell.
+        const std::uint64_t known = tree_.inode(FileTree::root);
+        if (known != 0 && known != root->inode) return std::nullopt;
         rootDevice_ = root->device;
         folders_ = reachableFolders(tree_);
         // One system call per folder: spread them like a scan spreads its reads.
@@ -150,7 +165,7 @@ ChangeSet changedDirectories(std::string_view under, EventID since,
     // An id of 0, a clock that went back, or a tree of another root: nothing to compare with.
     if (since == 0 || since > static_cast<EventID>(INT64_MAX) || currentEventID() < since)
         return ChangeSet::fullRescan();
-    if (known.count() == 0 || withoutTrailingSlash(under) != known.rootPath())
+    if (known.count() == 0 || PathText::withoutTrailingSlash(under) != known.rootPath())
         return ChangeSet::fullRescan();
     const std::int64_t threshold = static_cast<std::int64_t>(since) - margin.count();
     auto folders = FolderWalk(known, threshold, deadline).run();

@@ -8,6 +8,14 @@
 
 namespace brantle {
 
+/// Whether a folder's own allocated blocks count in its size: on Linux they are real space
+/// that deleting the folder frees, and every tool there counts them.
+#ifdef __APPLE__
+inline constexpr bool folderBlocksCount = false;
+#else
+inline constexpr bool folderBlocksCount = true;
+#endif
+
 /// A device number as the system reports it (st_dev); 0 means not known.
 using DeviceNumber = std::uint64_t;
 
@@ -19,7 +27,7 @@ struct DirEntry {
     bool isDir = false;
     bool isSymlink = false;
     bool dataless = false;
-    std::uint64_t allocSize = 0; ///< allocated bytes, never the logical size; 0 for folders
+    std::uint64_t allocSize = 0; ///< allocated bytes, never the logical size
     std::int64_t mtime = 0;      ///< whole seconds since 1970
     std::uint64_t inode = 0;
     std::uint32_t linkCount = 1;

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -60,10 +61,12 @@ bool isDotOrDotDot(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
 
-DirEntry entryFor(int fd, const char* name, const LinuxDirent64& dirent) {
+/// The entry, or no value when it has gone since the listing was read.
+std::optional<DirEntry> entryFor(int fd, const char* name, const LinuxDirent64& dirent) {
     DirEntry entry;
     struct statx sx;
     if (statx(fd, name, statFlags, statMask, &sx) != 0) {
+        if (errno == ENOENT) return std::nullopt;
         // The listing still knows the kind and the inode; the entry becomes unreadable.
         entry.error = errno;
         entry.isDir = dirent.d_type == DT_DIR;
@@ -73,7 +76,7 @@ DirEntry entryFor(int fd, const char* name, const LinuxDirent64& dirent) {
     }
     entry.isDir = S_ISDIR(sx.stx_mode);
     entry.isSymlink = S_ISLNK(sx.stx_mode);
-    entry.allocSize = entry.isDir ? 0 : sx.stx_blocks * 512;
+    entry.allocSize = sx.stx_blocks * 512;
     entry.mtime = sx.stx_mtime.tv_sec;
     entry.inode = sx.stx_ino;
     entry.linkCount = sx.stx_nlink;
@@ -96,7 +99,8 @@ std::expected<std::span<const DirEntry>, DirectoryReader::ReadError> DirectoryRe
             const char* name = base + offset + offsetof(LinuxDirent64, d_name);
             offset += dirent.d_reclen;
             if (isDotOrDotDot(name)) continue;
-            entries_.add(entryFor(fd, name, dirent), std::string_view(name));
+            if (const auto entry = entryFor(fd, name, dirent))
+                entries_.add(*entry, std::string_view(name));
         }
     }
 }
@@ -143,6 +147,23 @@ int openDirectory(std::string_view path) {
     if (path.size() < PATH_MAX)
         return open(std::string(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     return openInSteps(path);
+}
+
+bool statAt(std::string_view path, struct stat& info) {
+    if (path.size() < PATH_MAX) return lstat(std::string(path).c_str(), &info) == 0;
+    const std::size_t slash = path.rfind('/');
+    const int folder = openDirectory(path.substr(0, slash));
+    if (folder < 0) return false;
+    const std::string name(path.substr(slash + 1));
+    const bool ok = fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    close(folder);
+    return ok;
+}
+
+std::optional<std::uint64_t> allocatedSize(std::string_view path) {
+    struct stat info;
+    if (!statAt(path, info)) return std::nullopt;
+    return static_cast<std::uint64_t>(info.st_blocks) * 512;
 }
 
 } // namespace brantle

@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <expected>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
+#include <sys/stat.h>
 
 namespace brantle {
 
@@ -37,5 +39,11 @@ private:
 /// Opens a folder read-only, directory-only, close-on-exec; -1 with errno on failure.
 /// Paths of PATH_MAX bytes or more are opened in steps relative to an ancestor's descriptor.
 int openDirectory(std::string_view path);
+
+/// lstat of any path, a path of PATH_MAX bytes or more relative to its folder's descriptor.
+bool statAt(std::string_view path, struct stat& info);
+
+/// The allocated bytes of the entry at `path` (not followed), or no value when it is gone.
+std::optional<std::uint64_t> allocatedSize(std::string_view path);
 
 } // namespace brantle

@@ -12,6 +12,10 @@ namespace brantle {
 
 namespace {
 
+std::uint64_t ownBlocks(const struct stat& info) {
+    return folderBlocksCount ? static_cast<std::uint64_t>(info.st_blocks) * 512 : 0;
+}
+
 bool isSeparatorRoot(std::string_view path) {
     return path == "/";
 }
@@ -56,7 +60,7 @@ std::size_t DiskScanner::InodeKeyHash::operator()(const InodeKey& key) const {
 
 DiskScanner::DiskScanner(ScanOptions options, int workers,
                          std::chrono::nanoseconds progressInterval)
-    : options_(std::move(options)), workers_(std::max(workers, 1)),
+    : options_(std::move(options)), workers_(std::clamp(workers, 1, 1024)),
       progressInterval_(progressInterval) {}
 
 FileTree DiskScanner::scan(std::string_view path, std::int64_t expectedCount,
@@ -64,23 +68,32 @@ FileTree DiskScanner::scan(std::string_view path, std::int64_t expectedCount,
     FileTree tree(path);
     if (expectedCount >= 1)
         tree.reserve(static_cast<std::size_t>(expectedCount + expectedCount / 20));
-    {
-        std::lock_guard lock(mutex_);
-        cancelled_ = false;
-    }
-    Job job(tree);
-    job.queue.push_back({tree.rootPath(), FileTree::root});
+    TreeSink sink(tree);
+    scan(tree.rootPath(), sink, std::move(progress));
+    tree.propagateSizes();
+    return tree;
+}
+
+void DiskScanner::scan(std::string_view path, ScanSink& sink, ProgressCallback progress) {
+    begin();
+    Job job(sink);
+    job.progress = std::move(progress);
+    scanInto(path, job);
+}
+
+void DiskScanner::scanInto(std::string_view path, Job& job) {
+    job.queue.push_back({std::string(path), FileTree::root});
     job.pending = 1;
     job.allowed = options_.allowedDevices;
     job.started = Clock::now();
-    job.progress = std::move(progress);
     runWorkers(job);
-    tree.propagateSizes();
-    {
-        std::lock_guard lock(mutex_);
-        lastTotals_ = {job.files, job.bytes, Clock::now() - job.started};
-    }
-    return tree;
+    std::lock_guard lock(mutex_);
+    lastTotals_ = {job.files, job.bytes, Clock::now() - job.started};
+}
+
+void DiskScanner::begin() {
+    std::lock_guard lock(mutex_);
+    cancelled_ = false;
 }
 
 void DiskScanner::cancel() {
@@ -131,10 +144,21 @@ std::optional<DiskScanner::Folder> DiskScanner::takeNext(Job& job) {
 DiskScanner::Listing DiskScanner::listFolder(DirectoryReader& reader, const Folder& folder) {
     Listing listing;
     const int fd = openDirectory(folder.path);
-    if (fd < 0) return listing;
-    DeviceNumber device = folder.device;
     struct stat info;
-    if (device == 0 && fstat(fd, &info) == 0) device = info.st_dev;
+    if (fd < 0) {
+        // A folder that cannot be opened still holds its own blocks.
+        if (folder.device == 0 && ::stat(folder.path.c_str(), &info) == 0) {
+            listing.ownSize = ownBlocks(info);
+            listing.inode = info.st_ino;
+        }
+        return listing;
+    }
+    DeviceNumber device = folder.device;
+    if (device == 0 && fstat(fd, &info) == 0) {
+        device = info.st_dev;
+        listing.ownSize = ownBlocks(info);
+        listing.inode = info.st_ino;
+    }
     if (device != 0) {
         if (auto entries = reader.read(fd)) {
             listing.ok = true;
@@ -163,20 +187,23 @@ void DiskScanner::record(Job& job, const Folder& folder, const Listing& listing)
 }
 
 void DiskScanner::addListing(Job& job, const Folder& folder, const Listing& listing) {
-    FileTree& tree = job.tree;
+    if (listing.ownSize) job.sink.describeFolder(folder.node, *listing.ownSize, listing.inode);
     if (!listing.ok) {
-        tree.setFlags(folder.node, tree.flags(folder.node) | NodeFlags::unreadable);
+        job.sink.markFolder(folder.node, NodeFlags::unreadable);
         return;
     }
     if (!admitsDevice(job, listing.device)) {
-        tree.setFlags(folder.node, tree.flags(folder.node) | NodeFlags::mountPoint);
+        job.sink.describeFolder(folder.node, 0, listing.inode);
+        job.sink.markFolder(folder.node, NodeFlags::mountPoint);
         return;
     }
     collectExclusions(folder.path);
+    scanned_.clear();
     for (const DirEntry& entry : listing.entries) {
         if (entry.name.empty() || isExcludedHere(entry)) continue;
-        addEntry(job, folder, listing.device, entry);
+        judge(job, listing.device, entry);
     }
+    place(job, folder);
 }
 
 bool DiskScanner::admitsDevice(Job& job, DeviceNumber device) {
@@ -197,52 +224,45 @@ bool DiskScanner::isExcludedHere(const DirEntry& entry) const {
            std::find(excludedHere_.begin(), excludedHere_.end(), entry.name) != excludedHere_.end();
 }
 
-NodeId DiskScanner::addEntry(Job& job, const Folder& folder, DeviceNumber device,
-                             const DirEntry& entry) {
+void DiskScanner::judge(Job& job, DeviceNumber device, const DirEntry& entry) {
     NodeFlags flags = flagsFor(entry);
-    std::uint64_t size = entry.isDir ? 0 : entry.allocSize;
-    if (!entry.isDir && entry.linkCount >= 2 && !isNewLink(job, device, entry.inode)) {
-        size = 0;
-        flags |= NodeFlags::hardlinkDuplicate;
+    std::uint64_t size = entry.allocSize;
+    if (entry.isDir) {
+        // A subfolder whose device the listing already gave is judged here, so another
+        // volume is never even opened; otherwise its own listing decides.
+        const bool foreign = entry.error == 0 && entry.device != 0 && job.allowed &&
+                             !job.allowed->contains(entry.device);
+        if (foreign) flags |= NodeFlags::mountPoint;
+        if (foreign || !folderBlocksCount) size = 0;
+    } else if (entry.linkCount >= 2) {
+        if (job.addedLinks) job.addedLinks->insert(entry.inode);
+        if (!isNewLink(job, device, entry.inode)) {
+            size = 0;
+            flags |= NodeFlags::hardlinkDuplicate;
+        }
     }
-    const NodeId node =
-        job.tree.append(folder.node, entry.name, size, entry.mtime, entry.inode, flags);
+    scanned_.push_back({&entry, size, flags});
     ++job.files;
     job.bytes += size;
-    if (!entry.isDir || entry.error != 0) return node;
-    // A subfolder whose device the listing already gave is judged here, so another volume
-    // is never even opened; otherwise its own listing decides.
-    if (entry.device != 0 && job.allowed && !job.allowed->contains(entry.device)) {
-        job.tree.setFlags(node, flags | NodeFlags::mountPoint);
-        return node;
+}
+
+void DiskScanner::place(Job& job, const Folder& folder, std::unordered_set<NodeId>* handled) {
+    if (scanned_.empty()) return;
+    const NodeId first = job.sink.addListing(folder.node, scanned_);
+    for (std::size_t k = 0; k < scanned_.size(); ++k) {
+        const ScannedEntry& scanned = scanned_[k];
+        const DirEntry& entry = *scanned.entry;
+        if (!entry.isDir || entry.error != 0 || scanned.flags.contains(NodeFlags::mountPoint))
+            continue;
+        const auto node = static_cast<NodeId>(first + k);
+        job.queue.push_back({childPath(folder.path, entry.name), node, entry.device});
+        ++job.pending;
+        if (handled) handled->insert(node);
     }
-    job.queue.push_back({childPath(folder.path, entry.name), node, entry.device});
-    ++job.pending;
-    return node;
 }
 
 bool DiskScanner::isNewLink(Job& job, DeviceNumber device, std::uint64_t inode) {
-    if (job.linkSeed) seedLinks(job);
     return job.seenLinks.insert(InodeKey{device, inode}).second;
-}
-
-void DiskScanner::seedLinks(Job& job) {
-    const LinkSeed seed = *job.linkSeed;
-    job.linkSeed.reset();
-    const FileTree& tree = job.tree;
-    const auto& parents = tree.columns().parents;
-    const auto& flagBits = tree.columns().flagBits;
-    const auto& inodes = tree.columns().inodes;
-    // Nodes below a removed folder are not flagged dead themselves, only unreachable.
-    std::vector<bool> gone(seed.before);
-    constexpr std::uint16_t notCounted = NodeFlags::directory.rawValue |
-                                         NodeFlags::hardlinkDuplicate.rawValue |
-                                         NodeFlags::dead.rawValue;
-    for (NodeId id = 1; id < seed.before; ++id) {
-        gone[id] = (flagBits[id] & NodeFlags::dead.rawValue) != 0 || gone[parents[id]];
-        if (!gone[id] && (flagBits[id] & notCounted) == 0)
-            job.seenLinks.insert(InodeKey{seed.device, inodes[id]});
-    }
 }
 
 std::optional<ScanProgress> DiskScanner::progressDue(Job& job) const {

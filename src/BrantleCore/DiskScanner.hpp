@@ -4,6 +4,7 @@
 #include "BrantleCore/FileTree.hpp"
 #include "BrantleCore/ScanOptions.hpp"
 #include "BrantleCore/ScanProgress.hpp"
+#include "BrantleCore/ScanSink.hpp"
 
 #include <chrono>
 #include <condition_variable>
@@ -21,14 +22,14 @@ namespace brantle {
 
 class DirectoryReader;
 
-/// Walks a folder or volume into a FileTree of allocated sizes with a fixed number of worker
-/// threads sharing one last-in-first-out stack of folders, one lock and one condition
-/// variable. Folders are read outside the lock and merged into the tree under it.
+/// Walks a folder or volume with a fixed number of worker threads sharing one
+/// last-in-first-out stack of folders, one lock and one condition variable. Folders are read
+/// outside the lock and handed, one listing at a time, to a sink under it: the in-memory tree
+/// or any other `ScanSink`.
 ///
-/// Extension points for scanning parts of an existing tree (catch-up, newly readable
-/// folders): build a Job over that tree whose stack holds the folders to read (after
-/// `removeChildren` on each), seed `seenLinks` as needed, and call `runWorkers(job)`; every
-/// listing goes through `addListing`, the one place where entries become nodes.
+/// Sizes are allocated bytes. Where folders' own blocks count (Linux), a folder's own size
+/// comes from its entry in its parent's listing, or from its descriptor for the root and for
+/// a folder read again; a folder on another device, which is not entered, counts nothing.
 class DiskScanner {
 public:
     using ProgressCallback = std::function<void(const ScanProgress&)>;
@@ -43,19 +44,26 @@ public:
     /// many nodes plus 5%. `progress` runs on a worker thread, at most once per interval.
     FileTree scan(std::string_view path, std::int64_t expectedCount = 0,
                   ProgressCallback progress = {});
+    /// The same into any sink; the root folder is `FileTree::root` there.
+    void scan(std::string_view path, ScanSink& sink, ProgressCallback progress = {});
 
     /// Brings a loaded tree up to date with folders known to have changed: each listed folder
     /// found in the tree is read again on the calling thread and its children are reconciled
-    /// by name; folders new to the tree are then scanned in full by the worker pool, and sizes
-    /// are propagated once. A listed folder that is not in the tree is stood in for by its
-    /// nearest ancestor that is (its appearance changed that ancestor too); paths outside the
-    /// root are ignored. Returns how many folders were read again.
+    /// by name; folders new to the tree are then scanned in full by the worker pool; which
+    /// name of each hard-linked file counts is decided afresh; sizes are propagated once. A
+    /// listed folder that is not in the tree is stood in for by its nearest ancestor that is
+    /// (its appearance changed that ancestor too); paths outside the root are ignored. A
+    /// cancel since the last `begin` stops it (the tree stays whole but partly updated).
+    /// Returns how many folders were read again.
     std::size_t rescan(FileTree& tree, std::vector<std::string> directories);
 
     /// Live folders of the tree marked unreadable that open now (for instance after access was
     /// granted), in id order; to be read again with `rescan`.
     static std::vector<std::string> newlyReadable(const FileTree& tree);
 
+    /// Forgets an earlier cancel: for a job of several steps (a catch-up) before its first
+    /// step; `scan` does it itself.
+    void begin();
     /// Stops the running scan soon; any thread. Has no effect on a scan started later.
     void cancel();
     /// True when the running or last scan or rescan was cancelled: its tree may be partial.
@@ -81,27 +89,25 @@ private:
     struct InodeKeyHash {
         std::size_t operator()(const InodeKey& key) const;
     };
-    /// One folder as read: failed, or its device and entries.
+    /// One folder as read: failed, or its device and entries; its own size when its
+    /// descriptor was asked.
     struct Listing {
         bool ok = false;
         DeviceNumber device = 0;
+        std::optional<std::uint64_t> ownSize;
+        std::uint64_t inode = 0;
         std::span<const DirEntry> entries;
-    };
-    /// For a catch-up: the files already in the tree join `seenLinks` the first time a new
-    /// entry with several links is met, so a further name of one of them is not counted again.
-    struct LinkSeed {
-        DeviceNumber device = 0; ///< the tree's root device (one inode space is assumed)
-        NodeId before = 0;       ///< nodes older than this id were in the tree before the job
     };
     /// The state of one running scan, shared by its workers under `mutex_`.
     struct Job {
-        explicit Job(FileTree& target) : tree(target) {}
-        FileTree& tree;
+        explicit Job(ScanSink& target) : sink(target) {}
+        ScanSink& sink;
         std::vector<Folder> queue;
         std::int64_t pending = 0;
         std::optional<std::set<DeviceNumber>> allowed;
         std::unordered_set<InodeKey, InodeKeyHash> seenLinks;
-        std::optional<LinkSeed> linkSeed;
+        /// For a catch-up: the inodes of the multi-link files it added.
+        std::optional<std::unordered_set<std::uint64_t>> addedLinks;
         Clock::time_point started;
         std::optional<Clock::time_point> lastProgress;
         ProgressCallback progress;
@@ -109,6 +115,7 @@ private:
         std::uint64_t bytes = 0;
     };
 
+    void scanInto(std::string_view path, Job& job);
     /// Runs the worker body on `workers_` threads (the caller's among them) until the job's
     /// stack is drained or the scan is cancelled.
     void runWorkers(Job& job);
@@ -117,31 +124,31 @@ private:
     static Listing listFolder(DirectoryReader& reader, const Folder& folder);
     /// Merges one listing and reports progress outside the lock.
     void record(Job& job, const Folder& folder, const Listing& listing);
-    /// Under the lock: flags a failed or foreign folder, or turns every entry into a node and
+    /// Under the lock: flags a failed or foreign folder, or hands every entry to the sink and
     /// queues the readable subfolders.
     void addListing(Job& job, const Folder& folder, const Listing& listing);
     /// The flags a scan gives the node of this entry (hard-link duplicates aside).
     static NodeFlags flagsFor(const DirEntry& entry);
-    /// Appends one entry as a node (flags, hard-link deduplication, counters) and queues it
-    /// when it is a folder to be read.
-    NodeId addEntry(Job& job, const Folder& folder, DeviceNumber device, const DirEntry& entry);
+    /// Judges one entry (size, flags, hard-link deduplication, counters) into `scanned_`.
+    void judge(Job& job, DeviceNumber device, const DirEntry& entry);
+    /// Hands `scanned_` to the sink as children of `folder` and queues the folders to read.
+    void place(Job& job, const Folder& folder, std::unordered_set<NodeId>* handled = nullptr);
     /// Gathers the excluded names directly inside `folder` into `excludedHere_`.
     void collectExclusions(std::string_view folder);
     bool isExcludedHere(const DirEntry& entry) const;
     /// Whether a listing of `device` may be entered; the first listing fixes the device when
     /// none was given.
     static bool admitsDevice(Job& job, DeviceNumber device);
-    bool isNewLink(Job& job, DeviceNumber device, std::uint64_t inode);
-    static void seedLinks(Job& job);
+    static bool isNewLink(Job& job, DeviceNumber device, std::uint64_t inode);
 
     /// Reads one listed folder again and reconciles its children with what it holds now;
     /// folders new to the tree go on the job's stack and into `handled`.
-    void refresh(Job& job, const Folder& folder, DirectoryReader& reader,
+    void refresh(Job& job, FileTree& tree, const Folder& folder, DirectoryReader& reader,
                  std::unordered_set<NodeId>& handled);
-    void reconcile(Job& job, const Folder& folder, const Listing& listing,
+    void reconcile(Job& job, FileTree& tree, const Folder& folder, const Listing& listing,
                    std::unordered_set<NodeId>& handled);
-    /// The tree folder that stands for a listed path, or no value when there is none to read.
-    static std::optional<Folder> folderFor(const FileTree& tree, std::string_view path);
+    /// After a catch-up: of the names of each hard-linked file it touched, exactly one counts.
+    static void settleHardLinks(FileTree& tree, const std::unordered_set<std::uint64_t>& added);
     std::optional<ScanProgress> progressDue(Job& job) const;
 
     ScanOptions options_;
@@ -152,6 +159,7 @@ private:
     bool cancelled_ = false;
     ScanProgress lastTotals_;
     std::vector<std::string_view> excludedHere_; ///< scratch for addListing, under the lock
+    std::vector<ScannedEntry> scanned_;          ///< scratch for addListing, under the lock
 };
 
 } // namespace brantle

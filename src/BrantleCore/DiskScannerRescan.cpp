@@ -3,6 +3,7 @@
 
 #include "BrantleCore/DirectoryReader.hpp"
 #include "BrantleCore/PathText.hpp"
+#include "BrantleCore/ScanSink.hpp"
 
 #include <algorithm>
 #include <sys/stat.h>
@@ -13,31 +14,9 @@ namespace brantle {
 
 namespace {
 
-constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
-
 /// The flags that describe what an entry is, as opposed to how reading it went.
 constexpr NodeFlags identityFlags =
     NodeFlags::directory | NodeFlags::symlink | NodeFlags::dataless | NodeFlags::unreadable;
-
-std::string_view withoutTrailingSlash(std::string_view path) {
-    if (path.size() >= 2 && path.back() == '/') path.remove_suffix(1);
-    return path;
-}
-
-/// The child of `folder` named `piece`: by the stored bytes, or by the repaired name when the
-/// piece holds a replacement character.
-NodeId childNamed(const FileTree& tree, NodeId folder, std::string_view piece) {
-    for (NodeId child = tree.firstChild(folder); child != FileTree::none;
-         child = tree.nextSibling(child)) {
-        if (tree.nameBytes(child) == piece) return child;
-    }
-    if (piece.find(replacementCharacter) == std::string_view::npos) return FileTree::none;
-    for (NodeId child = tree.firstChild(folder); child != FileTree::none;
-         child = tree.nextSibling(child)) {
-        if (tree.name(child) == piece) return child;
-    }
-    return FileTree::none;
-}
 
 std::optional<DeviceNumber> deviceOf(const std::string& path) {
     struct stat info;
@@ -45,25 +24,34 @@ std::optional<DeviceNumber> deviceOf(const std::string& path) {
     return info.st_dev;
 }
 
+/// Whether each node is live and reachable from the root.
+std::vector<bool> reachable(const FileTree& tree) {
+    std::vector<bool> live(tree.count());
+    const auto& parents = tree.columns().parents;
+    const auto& flagBits = tree.columns().flagBits;
+    if (!live.empty()) live[0] = true;
+    for (NodeId id = 1; id < tree.count(); ++id)
+        live[id] = (flagBits[id] & NodeFlags::dead.rawValue) == 0 && live[parents[id]];
+    return live;
+}
+
 } // namespace
 
 std::size_t DiskScanner::rescan(FileTree& tree, std::vector<std::string> directories) {
     for (std::string& path : directories)
-        path.resize(withoutTrailingSlash(path).size());
+        path.resize(PathText::withoutTrailingSlash(path).size());
     std::sort(directories.begin(), directories.end());
     directories.erase(std::unique(directories.begin(), directories.end()), directories.end());
-    {
-        std::lock_guard lock(mutex_);
-        cancelled_ = false;
-    }
-    Job job(tree);
+    TreeSink sink(tree);
+    Job job(sink);
     job.started = Clock::now();
     job.allowed = options_.allowedDevices;
-    if (const auto device = deviceOf(tree.rootPath())) {
-        if (!job.allowed) job.allowed = std::set<DeviceNumber>{*device};
-        job.linkSeed = LinkSeed{*device, static_cast<NodeId>(tree.count())};
-    }
+    job.addedLinks.emplace();
+    if (const auto device = deviceOf(tree.rootPath()); device && !job.allowed)
+        job.allowed = std::set<DeviceNumber>{*device};
 
+    // Nodes come and go while folders are read: sizes stay each folder's own until the end.
+    tree.toOwnSizes();
     // Parents sort before their descendants, so a folder replaced in its parent's listing is
     // found handled (it will be scanned in full) before it would be read a second time.
     DirectoryReader reader;
@@ -71,17 +59,55 @@ std::size_t DiskScanner::rescan(FileTree& tree, std::vector<std::string> directo
     std::size_t reread = 0;
     for (const std::string& path : directories) {
         if (isCancelled()) break;
-        const auto folder = folderFor(tree, path);
-        if (!folder || handled.contains(folder->node)) continue;
-        refresh(job, *folder, reader, handled);
+        const auto folder = tree.nearestFolder(path);
+        if (!folder || handled.contains(*folder)) continue;
+        refresh(job, tree, Folder{tree.rawPath(*folder), *folder}, reader, handled);
         ++reread;
     }
     job.pending = static_cast<std::int64_t>(job.queue.size());
-    if (!job.queue.empty()) runWorkers(job);
+    if (!job.queue.empty() && !isCancelled()) runWorkers(job);
+    settleHardLinks(tree, *job.addedLinks);
     tree.propagateSizes();
     std::lock_guard lock(mutex_);
     lastTotals_ = {job.files, job.bytes, Clock::now() - job.started};
     return reread;
+}
+
+void DiskScanner::settleHardLinks(FileTree& tree, const std::unordered_set<std::uint64_t>& added) {
+    const std::vector<bool> live = reachable(tree);
+    const auto& flagBits = tree.columns().flagBits;
+    const auto& inodes = tree.columns().inodes;
+    constexpr std::uint16_t fileMask = NodeFlags::directory.rawValue | NodeFlags::dead.rawValue;
+    // The files to decide: those added with several links and every name not counted now.
+    std::unordered_set<std::uint64_t> open = added;
+    for (NodeId id = 1; id < tree.count(); ++id) {
+        if (live[id] && (flagBits[id] & NodeFlags::hardlinkDuplicate.rawValue))
+            open.insert(inodes[id]);
+    }
+    if (open.empty()) return;
+    std::unordered_map<std::uint64_t, NodeId> counted;
+    std::vector<NodeId> uncounted;
+    for (NodeId id = 1; id < tree.count(); ++id) {
+        if (!live[id] || (flagBits[id] & fileMask) != 0 || !open.contains(inodes[id])) continue;
+        const bool duplicate = (flagBits[id] & NodeFlags::hardlinkDuplicate.rawValue) != 0;
+        if (!duplicate && counted.emplace(inodes[id], id).second) continue;
+        tree.setSize(id, 0);
+        tree.setFlags(id, tree.flags(id) | NodeFlags::hardlinkDuplicate);
+        uncounted.push_back(id);
+    }
+    // A file none of whose counted names is left counts under the first name still present.
+    std::string path;
+    for (const NodeId id : uncounted) {
+        if (counted.contains(inodes[id])) continue;
+        tree.rawPath(id, path);
+        const auto bytes = allocatedSize(path);
+        if (!bytes) continue;
+        NodeFlags flags = tree.flags(id);
+        flags.remove(NodeFlags::hardlinkDuplicate);
+        tree.setFlags(id, flags);
+        tree.setSize(id, *bytes);
+        counted.emplace(inodes[id], id);
+    }
 }
 
 std::vector<std::string> DiskScanner::newlyReadable(const FileTree& tree) {
@@ -103,57 +129,47 @@ std::vector<std::string> DiskScanner::newlyReadable(const FileTree& tree) {
     return readable;
 }
 
-std::optional<DiskScanner::Folder> DiskScanner::folderFor(const FileTree& tree,
-                                                          std::string_view path) {
-    if (tree.count() == 0) return std::nullopt;
-    path = withoutTrailingSlash(path);
-    const std::string& rootPath = tree.rootPath();
-    if (!PathText::isAtOrInside(path, rootPath)) return std::nullopt;
-    NodeId current = FileTree::root;
-    const std::string_view below = rootPath == "/" ? path : path.substr(rootPath.size());
-    for (const std::string_view piece : PathText::components(below)) {
-        const NodeId child = childNamed(tree, current, piece);
-        if (child == FileTree::none || !tree.flags(child).contains(NodeFlags::directory)) break;
-        current = child;
-    }
-    return Folder{tree.rawPath(current), current};
-}
-
-void DiskScanner::refresh(Job& job, const Folder& folder, DirectoryReader& reader,
+void DiskScanner::refresh(Job& job, FileTree& tree, const Folder& folder, DirectoryReader& reader,
                           std::unordered_set<NodeId>& handled) {
     handled.insert(folder.node);
     const Listing listing = listFolder(reader, folder);
     std::lock_guard lock(mutex_);
-    FileTree& tree = job.tree;
     NodeFlags flags = tree.flags(folder.node);
     flags.remove(NodeFlags::unreadable | NodeFlags::mountPoint);
-    if (!listing.ok || !admitsDevice(job, listing.device)) {
+    const bool admitted = listing.ok && admitsDevice(job, listing.device);
+    // Its own blocks as its descriptor says now; another volume counts nothing.
+    if (listing.ok && !admitted)
+        tree.setSize(folder.node, 0);
+    else if (listing.ownSize)
+        job.sink.describeFolder(folder.node, *listing.ownSize, listing.inode);
+    if (!admitted) {
         // What a scan keeps of a folder it cannot read or must not enter: the folder alone.
-        tree.removeChildren(folder.node);
+        for (NodeId child = tree.firstChild(folder.node); child != FileTree::none;
+             child = tree.nextSibling(child))
+            tree.detach(child);
         tree.setFlags(folder.node,
                       flags | (listing.ok ? NodeFlags::mountPoint : NodeFlags::unreadable));
         return;
     }
     tree.setFlags(folder.node, flags);
-    reconcile(job, folder, listing, handled);
+    reconcile(job, tree, folder, listing, handled);
 }
 
-void DiskScanner::reconcile(Job& job, const Folder& folder, const Listing& listing,
+void DiskScanner::reconcile(Job& job, FileTree& tree, const Folder& folder, const Listing& listing,
                             std::unordered_set<NodeId>& handled) {
-    FileTree& tree = job.tree;
     std::unordered_map<std::string_view, NodeId> present;
     for (NodeId child = tree.firstChild(folder.node); child != FileTree::none;
          child = tree.nextSibling(child))
         present.emplace(tree.nameBytes(child), child);
 
-    std::vector<const DirEntry*> added;
+    scanned_.clear();
     std::vector<NodeId> gone;
     collectExclusions(folder.path);
     for (const DirEntry& entry : listing.entries) {
         if (entry.name.empty() || isExcludedHere(entry)) continue;
         const auto found = present.find(entry.name);
         if (found == present.end()) {
-            added.push_back(&entry);
+            judge(job, listing.device, entry);
             continue;
         }
         const NodeId node = found->second;
@@ -164,9 +180,19 @@ void DiskScanner::reconcile(Job& job, const Folder& folder, const Listing& listi
                           (tree.flags(node) & identityFlags) == (flagsFor(entry) & identityFlags);
         if (!same) {
             gone.push_back(node);
-            added.push_back(&entry);
-        } else if (!tree.flags(node).contains(NodeFlags::hardlinkDuplicate)) {
+            judge(job, listing.device, entry);
+        } else if (entry.isDir) {
             // A kept folder's subtree stays as it is: a changed subfolder is listed itself.
+            tree.update(node, 0, entry.mtime);
+            if (!tree.flags(node).contains(NodeFlags::mountPoint))
+                tree.setSize(node, folderBlocksCount ? entry.allocSize : 0);
+        } else if (!tree.flags(node).contains(NodeFlags::hardlinkDuplicate)) {
+            tree.update(node, entry.allocSize, entry.mtime);
+        } else if (entry.linkCount < 2) {
+            // The last name of a file once counted elsewhere: it counts here now.
+            NodeFlags flags = tree.flags(node);
+            flags.remove(NodeFlags::hardlinkDuplicate);
+            tree.setFlags(node, flags);
             tree.update(node, entry.allocSize, entry.mtime);
         }
     }
@@ -175,11 +201,8 @@ void DiskScanner::reconcile(Job& job, const Folder& folder, const Listing& listi
     // The names in `present` point into the tree's name bytes: remove before appending.
     present.clear();
     for (const NodeId node : gone)
-        tree.remove(node);
-    for (const DirEntry* entry : added) {
-        const NodeId node = addEntry(job, folder, listing.device, *entry);
-        if (entry->isDir) handled.insert(node);
-    }
+        tree.detach(node);
+    place(job, folder, &handled);
 }
 
 bool DiskScanner::isCancelled() const {

@@ -1,5 +1,7 @@
 #include "BrantleCore/FSEventsCollector.hpp"
 
+#include "BrantleCore/PathText.hpp"
+
 #include <vector>
 
 namespace brantle {
@@ -11,8 +13,7 @@ void FSEventsCollector::receive(std::string_view path, std::uint32_t flags) {
             done_ = true;
         } else {
             if (flags & needsFullMask) needsFull_ = true;
-            if (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-            dirs_.emplace(path);
+            dirs_.emplace(PathText::withoutTrailingSlash(path));
         }
     }
     if (flags & historyDone) doneSignal_.notify_all();

@@ -1,6 +1,7 @@
 #include "BrantleCore/FileTree.hpp"
 
 #include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/PathText.hpp"
 #include "BrantleCore/Utf8.hpp"
 
 #include <algorithm>
@@ -12,8 +13,7 @@ namespace brantle {
 namespace {
 
 std::string normalisedRoot(std::string_view path) {
-    if (path.size() >= 2 && path.back() == '/') path.remove_suffix(1);
-    return std::string(path);
+    return std::string(PathText::withoutTrailingSlash(path));
 }
 
 } // namespace
@@ -93,12 +93,17 @@ void FileTree::setFlags(NodeId id, NodeFlags flags) {
     columns_.flagBits[checked(id)] = flags.rawValue;
 }
 
+void FileTree::setSize(NodeId id, std::uint64_t size) {
+    columns_.sizes[checked(id)] = size;
+}
+
+void FileTree::setInode(NodeId id, std::uint64_t inode) {
+    columns_.inodes[checked(id)] = inode;
+}
+
 void FileTree::propagateSizes() {
     auto& c = columns_;
     const std::size_t n = c.parents.size();
-    for (std::size_t i = 0; i < n; ++i) {
-        if (c.flagBits[i] & NodeFlags::directory.rawValue) c.sizes[i] = 0;
-    }
     for (std::size_t i = n; i-- > 1;) {
         if (c.flagBits[i] & NodeFlags::dead.rawValue) continue;
         const NodeId p = c.parents[i];
@@ -106,6 +111,35 @@ void FileTree::propagateSizes() {
         if (__builtin_add_overflow(c.sizes[p], c.sizes[i], &c.sizes[p]))
             fatal("FileTree: folder size overflows 64 bits");
     }
+}
+
+void FileTree::toOwnSizes() {
+    auto& c = columns_;
+    // Parents precede children, so a node's size is still its whole size when it is met.
+    for (std::size_t i = 1; i < c.parents.size(); ++i) {
+        if (c.flagBits[i] & NodeFlags::dead.rawValue) continue;
+        auto& parentSize = c.sizes[c.parents[i]];
+        parentSize = parentSize < c.sizes[i] ? 0 : parentSize - c.sizes[i];
+    }
+}
+
+std::uint64_t FileTree::ownSize(NodeId id) const {
+    std::uint64_t own = size(id);
+    for (NodeId child = columns_.firstChildren[id]; child != none;
+         child = columns_.nextSiblings[child])
+        own = own < columns_.sizes[child] ? 0 : own - columns_.sizes[child];
+    return own;
+}
+
+bool FileTree::isCompact() const {
+    const auto& bits = columns_.flagBits;
+    return std::none_of(bits.begin(), bits.end(),
+                        [](std::uint16_t b) { return (b & NodeFlags::dead.rawValue) != 0; });
+}
+
+FileTree FileTree::compact(FileTree tree) {
+    if (tree.isCompact()) return tree;
+    return tree.compacted();
 }
 
 void FileTree::subtractFromAncestors(std::uint64_t amount, NodeId startingAt) {
@@ -132,20 +166,27 @@ void FileTree::unlink(NodeId id, NodeId parent) {
 void FileTree::remove(NodeId id) {
     checked(id);
     if (id == root || isDead(id)) return;
+    detach(id);
+    subtractFromAncestors(columns_.sizes[id], columns_.parents[id]);
+}
+
+void FileTree::detach(NodeId id) {
+    checked(id);
+    if (id == root || isDead(id)) return;
     const NodeId p = columns_.parents[id];
     if (p != none) unlink(id, p);
     columns_.flagBits[id] |= NodeFlags::dead.rawValue;
-    subtractFromAncestors(columns_.sizes[id], p);
 }
 
 void FileTree::removeChildren(NodeId id) {
     auto& c = columns_;
-    for (NodeId child = c.firstChildren[checked(id)]; child != none; child = c.nextSiblings[child])
+    const std::uint64_t own = ownSize(checked(id));
+    for (NodeId child = c.firstChildren[id]; child != none; child = c.nextSiblings[child])
         c.flagBits[child] |= NodeFlags::dead.rawValue;
     c.firstChildren[id] = none;
     const std::uint64_t former = c.sizes[id];
-    c.sizes[id] = 0;
-    if (flags(id).contains(NodeFlags::directory)) subtractFromAncestors(former, c.parents[id]);
+    c.sizes[id] = own;
+    subtractFromAncestors(former - own, c.parents[id]);
 }
 
 FileTree FileTree::compacted() const {
@@ -237,41 +278,52 @@ std::vector<NodeId> FileTree::childrenBySize(NodeId id) const {
 
 bool FileTree::nameMatches(NodeId id, std::string_view piece) const {
     const std::string_view raw = nameBytes(id);
-    if (raw == piece) return isValidUtf8(raw);
+    if (raw == piece) return true;
     // Only a repaired name can equal a piece that differs from the raw bytes.
-    if (piece.find("\xEF\xBF\xBD") == std::string_view::npos) return false;
+    if (piece.find(replacementCharacter) == std::string_view::npos) return false;
     return repairedUtf8(raw) == piece;
 }
 
-std::optional<NodeId> FileTree::node(std::string_view atPath) const {
-    if (count() == 0) return std::nullopt;
-    std::string_view rest;
-    if (rootPath_ == "/") {
-        if (atPath.empty() || atPath.front() != '/') return std::nullopt;
-        rest = atPath.substr(1);
-    } else {
-        if (!atPath.starts_with(rootPath_)) return std::nullopt;
-        rest = atPath.substr(rootPath_.size());
-        if (!rest.empty() && rest.front() != '/') return std::nullopt;
+NodeId FileTree::childNamed(NodeId folder, std::string_view piece) const {
+    const bool mayBeRepaired = piece.contains(replacementCharacter);
+    for (NodeId child = columns_.firstChildren[folder]; child != none;
+         child = columns_.nextSiblings[child]) {
+        if ((mayBeRepaired || columns_.nameLengths[child] == piece.size()) &&
+            nameMatches(child, piece))
+            return child;
     }
-    NodeId current = root;
-    while (!rest.empty()) {
-        const auto slash = rest.find('/');
-        const std::string_view piece = rest.substr(0, slash);
-        rest = slash == std::string_view::npos ? std::string_view{} : rest.substr(slash + 1);
-        if (piece.empty()) continue;
-        NodeId found = none;
-        for (NodeId child = columns_.firstChildren[current]; child != none;
-             child = columns_.nextSiblings[child]) {
-            if (nameMatches(child, piece)) {
-                found = child;
-                break;
-            }
+    return none;
+}
+
+std::optional<FileTree::Walk> FileTree::walk(std::string_view atPath) const {
+    atPath = PathText::withoutTrailingSlash(atPath);
+    if (count() == 0 || !PathText::isAtOrInside(atPath, rootPath_)) return std::nullopt;
+    const std::string_view below = rootPath_ == "/" ? atPath : atPath.substr(rootPath_.size());
+    Walk walk{root, true};
+    for (const std::string_view piece : PathText::components(below)) {
+        const NodeId child = childNamed(walk.reached, piece);
+        if (child == none) {
+            walk.complete = false;
+            break;
         }
-        if (found == none) return std::nullopt;
-        current = found;
+        walk.reached = child;
     }
-    return current;
+    return walk;
+}
+
+std::optional<NodeId> FileTree::node(std::string_view atPath) const {
+    const auto found = walk(atPath);
+    if (!found || !found->complete) return std::nullopt;
+    return found->reached;
+}
+
+std::optional<NodeId> FileTree::nearestFolder(std::string_view atPath) const {
+    const auto found = walk(atPath);
+    if (!found) return std::nullopt;
+    NodeId id = found->reached;
+    while (id != root && !flags(id).contains(NodeFlags::directory))
+        id = columns_.parents[id];
+    return id;
 }
 
 } // namespace brantle

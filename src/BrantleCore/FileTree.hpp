@@ -56,25 +56,43 @@ public:
     /// Reserves room for n nodes in every column and n × 22 name bytes.
     void reserve(std::size_t n);
 
-    /// Appends a node and links it in front of its parent's children. A folder's own size is
-    /// stored as 0; names are cut to 65535 bytes. Ancestors' sizes are not touched.
+    /// Appends a node and links it in front of its parent's children. A folder's size starts
+    /// at 0 (`setSize` gives it its own blocks); names are cut to 65535 bytes. Ancestors'
+    /// sizes are not touched.
     NodeId append(NodeId parent, std::string_view name, std::uint64_t size, std::int64_t mtime,
                   std::uint64_t inode, NodeFlags flags);
     /// Sets size (ignored for folders) and mtime; ancestors are not adjusted.
     void update(NodeId id, std::uint64_t size, std::int64_t mtime);
     void setFlags(NodeId id, NodeFlags flags);
+    /// Sets the stored size of any node, a folder's included; ancestors are not adjusted.
+    void setSize(NodeId id, std::uint64_t size);
+    void setInode(NodeId id, std::uint64_t inode);
 
-    /// Sums every live node into its parent in one backward pass; folders start from 0.
+    /// Adds every live node's size into its parent in one backward pass, so that each folder
+    /// holds its own size plus its contents. Call it once on a tree whose folders hold only
+    /// their own size (as appended, or after `toOwnSizes`). Aborts if a sum overflows.
     void propagateSizes();
+    /// The reverse: each folder keeps only its own size (its size less its live children's,
+    /// at least 0), so that nodes can be added and removed before propagating again.
+    void toOwnSizes();
+    /// The size of a folder itself: its size less its live children's (at least 0).
+    std::uint64_t ownSize(NodeId id) const;
     /// Unlinks the node, flags it dead and subtracts its size from every ancestor (saturating).
     void remove(NodeId id);
-    /// Flags every child dead, empties the child list and zeroes the node's size; a folder's
-    /// former size is subtracted from every ancestor.
+    /// Unlinks the node and flags it dead; sizes are not touched (for trees of own sizes).
+    void detach(NodeId id);
+    /// Flags every child dead and empties the child list; a folder keeps its own size and the
+    /// rest is subtracted from it and every ancestor.
     void removeChildren(NodeId id);
+
+    /// True when every node is live and reachable, so `compacted` would copy it unchanged.
+    bool isCompact() const;
 
     /// A renumbered copy holding only live, reachable nodes, copied breadth first: each
     /// folder's children come out in reverse order; sizes are copied, not recomputed.
     FileTree compacted() const;
+    /// Itself when compact, otherwise its compacted copy: a tree with no copy to spare.
+    static FileTree compact(FileTree tree);
 
     const std::string& rootPath() const { return rootPath_; }
     std::size_t count() const { return columns_.parents.size(); }
@@ -104,8 +122,12 @@ public:
     std::vector<NodeId> children(NodeId id) const;
     /// Child ids by size, largest first; equal sizes keep list order.
     std::vector<NodeId> childrenBySize(NodeId id) const;
-    /// The node at an absolute path inside the tree, or no value.
+    /// The node at an absolute path inside the tree, or no value. A piece of the path names
+    /// the child whose stored bytes equal it or, holding U+FFFD, whose repaired name does.
     std::optional<NodeId> node(std::string_view atPath) const;
+    /// The deepest folder of the tree on the way to `atPath` by the same rules (the node
+    /// itself when it is a folder), or no value when the path is outside the root.
+    std::optional<NodeId> nearestFolder(std::string_view atPath) const;
 
     const Columns& columns() const { return columns_; }
     /// For decoders only: they must leave the columns of equal length and the invariants whole.
@@ -123,6 +145,12 @@ private:
     void subtractFromAncestors(std::uint64_t amount, NodeId startingAt);
     void unlink(NodeId id, NodeId parent);
     bool nameMatches(NodeId id, std::string_view piece) const;
+    NodeId childNamed(NodeId folder, std::string_view piece) const;
+    struct Walk {
+        NodeId reached;
+        bool complete; ///< every piece was found
+    };
+    std::optional<Walk> walk(std::string_view atPath) const;
 
     std::string rootPath_;
     Columns columns_;

@@ -24,6 +24,11 @@ std::string standardised(std::string_view path) {
     return result;
 }
 
+std::string_view withoutTrailingSlash(std::string_view path) {
+    if (path.size() >= 2 && path.back() == '/') path.remove_suffix(1);
+    return path;
+}
+
 std::vector<std::string_view> components(std::string_view path) {
     std::vector<std::string_view> pieces;
     std::size_t start = 0;

@@ -14,6 +14,9 @@ namespace PathText {
 /// stays relative; the empty path stays empty.
 std::string standardised(std::string_view path);
 
+/// The path without one trailing "/", unless it is "/" itself: how a scanned root is spelled.
+std::string_view withoutTrailingSlash(std::string_view path);
+
 /// The non-empty pieces between separators ("/" has none, "/Volumes/Data" has two).
 std::vector<std::string_view> components(std::string_view path);
 

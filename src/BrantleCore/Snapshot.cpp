@@ -1,5 +1,6 @@
 #include "BrantleCore/Snapshot.hpp"
 
+#include "BrantleCore/DirEntry.hpp"
 #include "BrantleCore/Utf8.hpp"
 #include "Lzfse/Lzfse.hpp"
 
@@ -58,13 +59,30 @@ std::expected<void, SnapshotError> readColumns(Snapshot::Reader& in, FileTree::C
     return read;
 }
 
-/// Whether the columns hold a tree every FileTree operation can work on: parents before
-/// children, child lists that agree with the parents and always end, names inside the pool,
-/// and file sizes whose sum fits 64 bits (so propagating them later cannot overflow).
+constexpr std::uint16_t knownFlags =
+    NodeFlags::directory.rawValue | NodeFlags::package.rawValue | NodeFlags::symlink.rawValue |
+    NodeFlags::dataless.rawValue | NodeFlags::unreadable.rawValue |
+    NodeFlags::hardlinkDuplicate.rawValue | NodeFlags::mountPoint.rawValue;
+
+bool isAbsolutePath(std::string_view path) {
+    return path.starts_with('/') && !path.contains('\0');
+}
+
+bool isName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && !name.contains('/') &&
+           !name.contains('\0');
+}
+
+/// Whether the columns hold a tree every FileTree operation can work on: a root folder,
+/// parents before children, child lists that agree with the parents and always end, names
+/// a folder can hold inside the pool, known flags only, and every folder's size equal to
+/// its own size plus its contents without overflow. Where folders' own blocks do not count,
+/// their own size is 0.
 bool isWellFormed(const FileTree::Columns& c) {
     const std::size_t n = c.parents.size();
+    if (n == 0 || !(c.flagBits[0] & NodeFlags::directory.rawValue)) return false;
     const std::uint64_t nameBytes = c.names.size();
-    std::uint64_t total = 0;
+    std::vector<std::uint64_t> contents(n);
     for (std::size_t i = 0; i < n; ++i) {
         const NodeId parent = c.parents[i];
         if (i == 0 ? parent != FileTree::none : parent >= i) return false;
@@ -75,12 +93,39 @@ bool isWellFormed(const FileTree::Columns& c) {
         const NodeId next = c.nextSiblings[i];
         if (next != FileTree::none && (next >= i || c.parents[next] != parent)) return false;
         if (std::uint64_t{c.nameOffsets[i]} + c.nameLengths[i] > nameBytes) return false;
-        const NodeFlags flags(c.flagBits[i]);
-        if (!flags.contains(NodeFlags::directory) && !flags.contains(NodeFlags::dead) &&
-            __builtin_add_overflow(total, c.sizes[i], &total))
+        if ((c.flagBits[i] & ~knownFlags) != 0) return false;
+        if (i > 0) {
+            if (!isName({c.names.data() + c.nameOffsets[i], c.nameLengths[i]})) return false;
+            if (!(c.flagBits[parent] & NodeFlags::directory.rawValue)) return false;
+        }
+    }
+    // Children after parents: one backward pass sums every folder's contents.
+    for (std::size_t i = n; i-- > 0;) {
+        const bool folder = c.flagBits[i] & NodeFlags::directory.rawValue;
+        if (folder &&
+            (c.sizes[i] < contents[i] || (!folderBlocksCount && c.sizes[i] != contents[i])))
+            return false;
+        if (!folder && c.firstChildren[i] != FileTree::none) return false;
+        if (i > 0 &&
+            __builtin_add_overflow(contents[c.parents[i]], c.sizes[i], &contents[c.parents[i]]))
             return false;
     }
     return true;
+}
+
+/// Temporary files that saves of `path` left behind when they were interrupted.
+void removeStaleTemporaries(const std::string& path) {
+    namespace fs = std::filesystem;
+    const fs::path target(path);
+    const std::string prefix = target.filename().string() + ".";
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(
+             target.parent_path().empty() ? fs::path(".") : target.parent_path(), error)) {
+        const std::string name = entry.path().filename().string();
+        // mkostemp's six random characters after the name and a dot.
+        if (name.size() == prefix.size() + 6 && name.starts_with(prefix))
+            fs::remove(entry.path(), error);
+    }
 }
 
 /// Room for the decompressed body: a generous guess of its size, backed by huge pages where
@@ -207,7 +252,8 @@ std::string describe(const Snapshot::LoadError& error) {
 }
 
 std::vector<std::uint8_t> Snapshot::encode(const FileTree& tree, const SnapshotMeta& meta) {
-    const FileTree compact = tree.compacted();
+    if (!tree.isCompact()) return encode(tree.compacted(), meta);
+    const FileTree& compact = tree;
     Writer body(bodySize(compact));
     body.string(compact.rootPath());
     body.scalar(meta.scannedAt);
@@ -245,6 +291,7 @@ Snapshot::decode(std::span<const std::uint8_t> data) {
     if (*count == FileTree::none || *nameBytes > std::numeric_limits<std::uint32_t>::max())
         return failure(Kind::truncated);
 
+    if (*count == 0 || !isAbsolutePath(*rootPath)) return failure(Kind::truncated);
     Contents contents{FileTree(repairedUtf8(*rootPath), FileTree::empty), {}};
     FileTree::Columns& columns = contents.tree.mutableColumns();
     if (const auto read = readColumns(in, columns, *count, *nameBytes); !read)
@@ -260,6 +307,7 @@ std::expected<void, std::error_code> Snapshot::save(const FileTree& tree, const 
     std::error_code error;
     if (!folder.empty()) std::filesystem::create_directories(folder, error);
     if (error) return std::unexpected(error);
+    removeStaleTemporaries(path);
     return replaceFile(path, encode(tree, meta));
 }
 

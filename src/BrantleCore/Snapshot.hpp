@@ -49,7 +49,8 @@ std::string describe(const SnapshotError& error);
 class Snapshot {
 public:
     static constexpr std::array<std::uint8_t, 4> magic{'B', 'R', 'S', '1'};
-    static constexpr std::uint16_t formatVersion = 1;
+    /// 2: folders' sizes hold their own blocks where those count.
+    static constexpr std::uint16_t formatVersion = 2;
     static constexpr std::size_t headerSize = 6;
 
     struct Contents {
@@ -59,7 +60,8 @@ public:
     /// A file that could not be read (the system's error) or is not a usable snapshot.
     using LoadError = std::variant<std::error_code, SnapshotError>;
 
-    /// The file's bytes for the compacted copy of `tree`. The tree's root path is written;
+    /// The file's bytes for `tree`, compacted first unless it is compact. The tree's root path
+    /// is written;
     /// `meta.rootPath` is expected to be the same. The tree must not change meanwhile.
     static std::vector<std::uint8_t> encode(const FileTree& tree, const SnapshotMeta& meta);
 

@@ -6,8 +6,6 @@ namespace brantle {
 
 namespace {
 
-constexpr std::string_view replacement = "\xEF\xBF\xBD";
-
 // Length of the well-formed sequence at `i`, or 0 with `bad` set to the length of the
 // maximal ill-formed prefix (at least 1), following the Unicode "maximal subpart" rule.
 std::size_t sequenceLength(std::string_view s, std::size_t i, std::size_t& bad) {
@@ -65,7 +63,7 @@ std::string repairedUtf8(std::string_view bytes) {
     for (std::size_t i = 0; i < bytes.size();) {
         const std::size_t n = sequenceLength(bytes, i, bad);
         if (n == 0) {
-            out += replacement;
+            out += replacementCharacter;
             i += bad;
         } else {
             out.append(bytes.substr(i, n));

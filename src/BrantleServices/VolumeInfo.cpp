@@ -1,6 +1,7 @@
 #include "BrantleServices/VolumeInfo.hpp"
 
-#include "BrantleCore/Fatal.hpp"
+#include <algorithm>
+#include <cstdint>
 
 #include <sys/statvfs.h>
 
@@ -8,9 +9,11 @@ namespace brantle {
 
 namespace {
 
+/// Absurd figures (a faulty driver, a crafted file system) saturate instead of stopping
+/// the program.
 std::int64_t bytesOf(std::uint64_t blocks, std::uint64_t blockSize) {
     std::int64_t bytes = 0;
-    if (__builtin_mul_overflow(blocks, blockSize, &bytes)) fatal("volume capacity overflows");
+    if (__builtin_mul_overflow(blocks, blockSize, &bytes)) return INT64_MAX;
     return bytes;
 }
 
@@ -20,10 +23,13 @@ std::optional<VolumeInfo> VolumeInfo::fromCapacities(std::optional<std::int64_t>
                                                      std::optional<std::int64_t> available,
                                                      std::optional<std::int64_t> important) {
     if (!total || !available) return std::nullopt;
-    if (*total < 0 || *available < 0) fatal("negative volume capacity");
-    const std::int64_t forImportant = important.value_or(*available);
-    return VolumeInfo{static_cast<std::uint64_t>(*total), static_cast<std::uint64_t>(*available),
-                      static_cast<std::uint64_t>(std::max<std::int64_t>(forImportant, 0))};
+    const auto bytes = [](std::int64_t figure) {
+        return static_cast<std::uint64_t>(std::max<std::int64_t>(figure, 0));
+    };
+    const std::uint64_t all = bytes(*total);
+    // More available than the whole volume is read as a full volume's worth.
+    const std::uint64_t free = std::min(bytes(*available), all);
+    return VolumeInfo{all, free, std::min(bytes(important.value_or(*available)), all)};
 }
 
 std::optional<VolumeInfo> VolumeInfo::containing(const std::string& path) {

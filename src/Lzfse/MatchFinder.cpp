@@ -116,7 +116,9 @@ void MatchFinder::encode(std::span<const std::uint8_t> input, std::vector<std::u
 MatchFinder::Candidate MatchFinder::longestMatch(const Line& line, std::size_t p,
                                                  std::uint32_t value) const {
     const std::uint8_t* in = input_.data();
-    const std::size_t limit = input_.size() - p - 8;
+    // A match is cut at the longest encodable length anyway: looking further would make long
+    // repeats cost the square of their length.
+    const std::size_t limit = std::min(input_.size() - p - 8, maxMatchLength);
     Candidate best{0, 0};
     for (const Slot& slot : line) {
         if (slot.value != value) continue;

@@ -1,6 +1,7 @@
 // brantle ring: scans a folder and prints the ring layout of one folder in it, as the
 // application lays it out (five rings, half-degree minimum, no extras).
 #include "Command.hpp"
+#include "ScanArguments.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
 #include "BrantleCore/DiskScanner.hpp"
@@ -103,11 +104,7 @@ void printLines(const FileTree& tree, const std::vector<RingSegment>& segments) 
 int runRing(Arguments args) {
     const auto request = parseRequest(args);
     if (!request) return usageError(ringCommand);
-    std::error_code error;
-    if (!std::filesystem::is_directory(request->path, error)) {
-        std::fprintf(stderr, "brantle ring: %s is not a folder\n", request->path.c_str());
-        return exitFailure;
-    }
+    if (!isReadableFolder(request->path)) return exitFailure;
     DiskScanner scanner(ScanOptions::forVolume(request->path), activeProcessors());
     const FileTree tree = scanner.scan(request->path);
     const auto focus = tree.node(request->focus.value_or(tree.rootPath()));

@@ -1,6 +1,26 @@
 #include "ScanArguments.hpp"
 
+#include "BrantleCore/DirectoryReader.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
 namespace brantle::cli {
+
+bool isReadableFolder(const std::string& path) {
+    const int fd = openDirectory(path);
+    if (fd >= 0) {
+        close(fd);
+        return true;
+    }
+    if (errno == ENOTDIR)
+        std::fprintf(stderr, "Not a folder: %s\n", path.c_str());
+    else
+        std::fprintf(stderr, "%s: %s\n", path.c_str(), std::strerror(errno));
+    return false;
+}
 
 std::optional<ScanArguments> ScanArguments::parse(Arguments args, bool acceptsSave) {
     ScanArguments parsed;
@@ -12,7 +32,7 @@ std::optional<ScanArguments> ScanArguments::parse(Arguments args, bool acceptsSa
             parsed.json = true;
         } else if (args[i] == "--workers" && hasValue) {
             const auto workers = parseCount(args[++i]);
-            if (!workers) return std::nullopt;
+            if (!workers || *workers < 1 || *workers > maxWorkers) return std::nullopt;
             parsed.workers = *workers;
         } else if (args[i] == "--save" && acceptsSave && hasValue) {
             parsed.save = std::string(args[++i]);

@@ -6,9 +6,10 @@
 #include "TreeReport.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
-#include "BrantleCore/ChangeHistory.hpp"
+#include "BrantleCore/CatchUp.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/Snapshot.hpp"
+#include "BrantleCore/TreeCounts.hpp"
 
 #include <cstdio>
 #ifdef __GLIBC__
@@ -29,11 +30,6 @@ void showProgress(const ScanProgress& progress) {
     std::fflush(stderr);
 }
 
-double secondsSince1970() {
-    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 /// Large blocks (a worker's list of a very wide folder) go straight back to the system when
 /// freed. By default glibc raises its mapping threshold after the first such free and then
 /// keeps those blocks in the heap, adding megabytes to the peak of a scan.
@@ -48,17 +44,16 @@ int runScan(Arguments args) {
     auto request = ScanArguments::parse(args, true);
     if (!request) return usageError(scanCommand);
     request->operand = absolutePath(request->operand);
+    if (!isReadableFolder(request->operand)) return exitFailure;
     returnLargeBlocksToTheSystem();
     DiskScanner scanner(ScanOptions::forVolume(request->operand), request->workers);
     const bool live = !request->json && isatty(STDERR_FILENO);
-    // Read before scanning, so that changes made while the scan runs are caught up later.
-    const ChangeHistory::EventID eventID = ChangeHistory::currentEventID();
-    FileTree tree = scanner.scan(request->operand, 0,
-                                 live ? DiskScanner::ProgressCallback(showProgress) : nullptr);
+    CatchUpResult scanned = scanWithRecord(
+        scanner, request->operand, 0, live ? DiskScanner::ProgressCallback(showProgress) : nullptr);
     if (live) std::fprintf(stderr, "\r\033[K");
+    const FileTree& tree = scanned.tree;
     if (request->save) {
-        const SnapshotMeta meta{tree.rootPath(), secondsSince1970(), eventID};
-        if (const auto saved = Snapshot::save(tree, meta, *request->save); !saved) {
+        if (const auto saved = Snapshot::save(tree, scanned.meta, *request->save); !saved) {
             std::fprintf(stderr, "brantle: cannot save snapshot %s: %s\n", request->save->c_str(),
                          saved.error().message().c_str());
             return exitFailure;
@@ -67,7 +62,7 @@ int runScan(Arguments args) {
     const ScanProgress totals = scanner.lastTotals();
     const double seconds = std::chrono::duration<double>(totals.elapsed).count();
     if (request->json) {
-        QJsonObject object = totalsJson(tree, totals.files);
+        QJsonObject object = totalsJson(tree, TreeCounts::of(tree).entries());
         object["seconds"] = seconds;
         if (request->save) object["snapshot"] = QString::fromStdString(*request->save);
         printJson(object);
@@ -76,7 +71,7 @@ int runScan(Arguments args) {
     std::printf("%s\n", tree.rootPath().c_str());
     char tail[64];
     std::snprintf(tail, sizeof tail, ", scanned in %.2f s", seconds);
-    printTotals(tree, totals.files, tail);
+    printTotals(tree, TreeCounts::of(tree).entries(), tail);
     if (request->save) std::printf("Snapshot saved to %s\n", request->save->c_str());
     return exitOk;
 }

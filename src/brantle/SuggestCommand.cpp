@@ -1,5 +1,6 @@
 // brantle suggest: scans a folder and prints the cleanup suggestions for it.
 #include "Command.hpp"
+#include "ScanArguments.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
 #include "BrantleCore/DiskScanner.hpp"
@@ -105,11 +106,7 @@ void printText(const std::vector<shoreline::ShorelineCategory>& categories) {
 int runSuggest(Arguments args) {
     const auto request = parseRequest(args);
     if (!request) return usageError(suggestCommand);
-    std::error_code error;
-    if (!std::filesystem::is_directory(request->path, error)) {
-        std::fprintf(stderr, "brantle suggest: not a folder: %s\n", request->path.c_str());
-        return exitFailure;
-    }
+    if (!isReadableFolder(request->path)) return exitFailure;
     DiskScanner scanner(ScanOptions::forVolume(request->path), activeProcessors());
     const FileTree tree = scanner.scan(request->path);
     const auto live = DeletionGuard::live();

@@ -1,6 +1,7 @@
 #include "TreeReport.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
+#include "BrantleCore/TreeCounts.hpp"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -23,17 +24,9 @@ std::vector<NodeId> largestChildren(const FileTree& tree) {
 } // namespace
 
 TreeTotals totalsOf(const FileTree& tree) {
-    TreeTotals totals;
-    for (const std::uint16_t bits : tree.columns().flagBits) {
-        const NodeFlags flags(bits);
-        if (flags.contains(NodeFlags::dead)) continue;
-        ++totals.liveNodes;
-        if (flags.contains(NodeFlags::unreadable)) ++totals.unreadable;
-        if (flags.contains(NodeFlags::mountPoint)) ++totals.mountPoints;
-        if (flags.contains(NodeFlags::hardlinkDuplicate)) ++totals.hardlinkDuplicates;
-    }
-    if (tree.count() > 0) totals.bytes = tree.size(FileTree::root);
-    return totals;
+    const TreeCounts counts = TreeCounts::of(tree);
+    return {counts.nodes, counts.unreadable, counts.mountPoints, counts.hardlinkDuplicates,
+            counts.bytes};
 }
 
 QJsonObject totalsJson(const FileTree& tree, std::int64_t files) {

@@ -1,6 +1,8 @@
 #include "BrantleCore/CatchUp.hpp"
 
 #include "BrantleCore/ChangeHistory.hpp"
+#include "BrantleCore/DirectoryReader.hpp"
+#include "BrantleCore/TreeCounts.hpp"
 
 #include "support/ChildProcess.hpp"
 #include "support/TempFolder.hpp"
@@ -8,7 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <fcntl.h>
 #include <filesystem>
+#include <random>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using brantle::CatchUpResult;
 using brantle::DiskScanner;
@@ -225,7 +233,9 @@ TEST(DiskScannerRescan, NewlyReadableFoldersAndListedPathsOutsideTheTree) {
     EXPECT_EQ(rescanner.rescan(tree, DiskScanner::newlyReadable(tree)), 1u);
     EXPECT_EQ(tree.flags(*tree.node(root / "was-locked")), NodeFlags::directory);
     EXPECT_EQ(tree.size(*tree.node(root / "was-locked")),
-              testing_support::allocatedBytes(root / "was-locked/sub/f"));
+              testing_support::allocatedBytes(root / "was-locked") +
+                  testing_support::allocatedBytes(root / "was-locked/sub") +
+                  testing_support::allocatedBytes(root / "was-locked/sub/f"));
 
     // A listed folder the tree does not know yet stands for its nearest known ancestor; paths
     // outside the root are ignored, and one folder listed twice is read once.
@@ -236,4 +246,142 @@ TEST(DiskScannerRescan, NewlyReadableFoldersAndListedPathsOutsideTheTree) {
               1u);
     EXPECT_EQ(rescanner.rescan(current, {root / "late/", root / "late"}), 1u);
     EXPECT_EQ(treeDump(current), treeDump(scanner().scan(root.path())));
+}
+
+namespace {
+
+/// The files and folders under `root`, outside the deep chain, each kind sorted.
+struct Entries {
+    std::vector<std::string> files;
+    std::vector<std::string> folders{};
+};
+
+Entries entriesUnder(const std::string& root) {
+    Entries found;
+    found.folders.push_back(root);
+    for (auto it = fs::recursive_directory_iterator(root); it != fs::recursive_directory_iterator();
+         ++it) {
+        if (it->path().filename() == "deep") {
+            it.disable_recursion_pending();
+            continue;
+        }
+        const bool folder = it->is_directory() && !it->is_symlink();
+        (folder ? found.folders : found.files).push_back(it->path().string());
+    }
+    std::sort(found.files.begin(), found.files.end());
+    std::sort(found.folders.begin(), found.folders.end());
+    return found;
+}
+
+/// One random change of the kinds a catch-up must follow.
+void changeSomething(std::mt19937& random, const std::string& root, const std::string& deepest,
+                     int serial) {
+    const Entries now = entriesUnder(root);
+    const auto pick = [&](const std::vector<std::string>& from) {
+        return from[random() % from.size()];
+    };
+    const std::string name = "n" + std::to_string(serial);
+    const std::string folder = pick(now.folders);
+    const auto writeFile = [&](const std::string& path) {
+        std::FILE* out = std::fopen(path.c_str(), "wb");
+        ASSERT_NE(out, nullptr) << path;
+        const std::string bytes(1 + random() % 20000, 'x');
+        std::fwrite(bytes.data(), 1, bytes.size(), out);
+        std::fclose(out);
+    };
+    switch (random() % 9) {
+    case 0:
+        writeFile(folder + "/" + name);
+        break;
+    case 1:
+        fs::create_directories(folder + "/" + name + "/inner");
+        writeFile(folder + "/" + name + "/inner/f");
+        break;
+    case 2:
+        if (!now.files.empty()) fs::remove(pick(now.files));
+        break;
+    case 3: // a rename across parents, hard-linked files included
+        if (!now.files.empty()) fs::rename(pick(now.files), folder + "/" + name);
+        break;
+    case 4:
+        if (!now.files.empty()) (void)link(pick(now.files).c_str(), (folder + "/" + name).c_str());
+        break;
+    case 5: // a folder becomes a file of the same name, or a file a folder
+        if (folder != root && random() % 2 == 0) {
+            fs::remove_all(folder);
+            writeFile(folder);
+        } else if (!now.files.empty()) {
+            const std::string file = pick(now.files);
+            fs::remove(file);
+            fs::create_directory(file);
+            writeFile(file + "/" + name);
+        }
+        break;
+    case 6:
+        if (folder != root) fs::remove_all(folder);
+        break;
+    case 7: { // inside the folders deeper than PATH_MAX
+        const int fd = brantle::openDirectory(deepest);
+        ASSERT_GE(fd, 0);
+        const int file = openat(fd, name.c_str(), O_WRONLY | O_CREAT, 0644);
+        ASSERT_EQ(write(file, "deep", 4), 4);
+        close(file);
+        close(fd);
+        break;
+    }
+    default:
+        if (folder != root) {
+            std::error_code ignored; // moving a folder into itself fails, as it should
+            fs::rename(folder, pick(now.folders) + "/" + name, ignored);
+        }
+        break;
+    }
+}
+
+void expectSameCounts(const FileTree& caughtUp, const FileTree& fresh) {
+    const auto a = brantle::TreeCounts::of(caughtUp);
+    const auto b = brantle::TreeCounts::of(fresh);
+    EXPECT_EQ(a.nodes, b.nodes);
+    EXPECT_EQ(a.bytes, b.bytes);
+    EXPECT_EQ(a.hardlinkDuplicates, b.hardlinkDuplicates);
+    EXPECT_EQ(a.unreadable, b.unreadable);
+    EXPECT_EQ(a.mountPoints, b.mountPoints);
+}
+
+} // namespace
+
+TEST(CatchUp, RandomChangesEndWhereAFreshScanEnds) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    TempFolder root;
+    TempFolder store;
+    for (const char* folder : {"a", "a/b", "c", "d/e/f"})
+        fs::create_directories(root / folder);
+    // A chain of folders deeper than PATH_MAX.
+    std::string deepest = root / "deep";
+    fs::create_directory(deepest);
+    for (int level = 0; level < 25; ++level) {
+        const int fd = brantle::openDirectory(deepest);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(mkdirat(fd, std::string(200, 'd').c_str(), 0755), 0);
+        close(fd);
+        deepest += "/" + std::string(200, 'd');
+    }
+    Snapshot::Contents loaded = snapshotOf(root.path(), store / "s.brs");
+    constexpr int rounds = 40;
+    for (int round = 0; round < rounds; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        for (int change = 0; change < 6; ++change)
+            changeSomething(random, root.path(), deepest, round * 10 + change);
+        DiskScanner catcher = scanner();
+        CatchUpResult result = brantle::catchUp(catcher, std::move(loaded), root.path(), 60s);
+        ASSERT_EQ(modeName(result), "catch-up");
+        expectSameCounts(result.tree, scanner().scan(root.path()));
+        ASSERT_TRUE(Snapshot::save(result.tree, result.meta, store / "s.brs").has_value());
+        auto reloaded = Snapshot::load(store / "s.brs");
+        ASSERT_TRUE(reloaded.has_value());
+        loaded = std::move(*reloaded);
+        if (HasFailure()) break;
+    }
 }

@@ -55,7 +55,7 @@ TEST(DirectoryReader, ReportsAllocatedSizeKindTimeAndLinks) {
     EXPECT_EQ(data.linkCount, 2u);
     EXPECT_EQ(data.error, 0);
     EXPECT_TRUE(entries.at("folder").isDir);
-    EXPECT_EQ(entries.at("folder").allocSize, 0u);
+    EXPECT_EQ(entries.at("folder").allocSize, allocatedBytes(root / "folder"));
     EXPECT_TRUE(entries.at("link").isSymlink);
     EXPECT_FALSE(entries.at("link").isDir);
     EXPECT_EQ(entries.at("sparse").allocSize, allocatedBytes(root / "sparse"));

@@ -24,6 +24,9 @@ TEST(VolumeInfo, DerivedFiguresNeverWrap) {
     EXPECT_EQ(VolumeInfo::fromCapacities(100, 30, -5), (VolumeInfo{100, 30, 0}));
     EXPECT_FALSE(VolumeInfo::fromCapacities(std::nullopt, 30, 30));
     EXPECT_FALSE(VolumeInfo::fromCapacities(100, std::nullopt, 30));
+    // Absurd figures saturate instead of stopping the program.
+    EXPECT_EQ(VolumeInfo::fromCapacities(-1, 30, 50), (VolumeInfo{0, 0, 0}));
+    EXPECT_EQ(VolumeInfo::fromCapacities(100, 130, 130), (VolumeInfo{100, 100, 100}));
 }
 
 TEST(VolumeInfo, MatchesDfForARealFolder) {

@@ -49,10 +49,13 @@ TEST(RingCommand, PrintsTheLayoutOfTheFocusAsLinesOrJson) {
     EXPECT_FALSE(merged.contains("path"));
     const QJsonObject many = segments[2].toObject();
     EXPECT_EQ(many["branch"].toInt(), 1);
-    EXPECT_NEAR(many["end"].toDouble(), 2 * std::numbers::pi, 1e-9);
-    EXPECT_EQ(merged["end"].toDouble(), many["end"].toDouble()); // fills its folder's extent
+    // Folders' own blocks are part of their size but of no slice: a sliver stays open.
+    EXPECT_NEAR(many["end"].toDouble(), 2 * std::numbers::pi, 0.01);
+    EXPECT_NEAR(merged["end"].toDouble(), many["end"].toDouble(), 0.01);
+    using testing_support::allocatedBytes;
     EXPECT_EQ(big["bytes"].toInteger() + many["bytes"].toInteger(),
-              static_cast<qint64>(testing_support::allocatedBytes(root + "/big/video")) +
+              static_cast<qint64>(allocatedBytes(root + "/big/video") +
+                                  allocatedBytes(root + "/big") + allocatedBytes(root + "/many")) +
                   merged["bytes"].toInteger());
 
     const std::string lines = ring("'" + root + "'", &status);
@@ -64,7 +67,7 @@ TEST(RingCommand, PrintsTheLayoutOfTheFocusAsLinesOrJson) {
         ring("'" + root + "' --focus '" + root + "/big' --json", &status)));
     EXPECT_EQ(status, 0);
     ASSERT_EQ(focused.array().size(), 1);
-    EXPECT_NEAR(focused.array()[0].toObject()["end"].toDouble(), 2 * std::numbers::pi, 1e-9);
+    EXPECT_NEAR(focused.array()[0].toObject()["end"].toDouble(), 2 * std::numbers::pi, 0.01);
 
     ring("'" + root + "' --focus /elsewhere", &status);
     EXPECT_EQ(status, 1);

@@ -18,9 +18,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)tree.path(last);
     (void)tree.childrenBySize(brantle::FileTree::root);
     (void)tree.node(tree.path(last));
-    (void)brantle::Snapshot::encode(tree, decoded->meta);
+    // What is accepted comes back whole, totals and all, from its own encoding.
+    const auto again = brantle::Snapshot::decode(brantle::Snapshot::encode(tree, decoded->meta));
+    if (!again || again->tree.size(brantle::FileTree::root) != tree.size(brantle::FileTree::root))
+        __builtin_trap();
+    // A catch-up's round: own sizes, removals, propagation again.
+    tree.toOwnSizes();
+    tree.detach(last);
+    tree.propagateSizes();
     tree.remove(last);
     tree.removeChildren(brantle::FileTree::root);
-    tree.propagateSizes();
     return 0;
 }
