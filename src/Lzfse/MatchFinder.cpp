@@ -67,6 +67,20 @@ void MatchFinder::encode(std::span<const std::uint8_t> input, std::vector<std::u
             __builtin_prefetch(&table_[hashOf(load32(in + p + prefetchDistance))], 1);
         const std::uint32_t x = load32(in + p);
         Line& line = table_[hashOf(x)];
+        if (p < nextLiteral_ && line[0].value == x &&
+            line[0].position == static_cast<std::int64_t>(p) + origin_ - 1) {
+            const std::size_t last = runEnd(p, x, std::min(n - 9, nextLiteral_ - 1));
+            if (last >= p + 3) {
+                // Inside a match, a run of one repeated value only shifts this one line: write
+                // the line the run leaves instead of shifting it once per byte.
+                for (std::size_t k = 0; k < 4; ++k)
+                    line[k] = {
+                        static_cast<std::int32_t>(static_cast<std::int64_t>(last - k) + origin_),
+                        x};
+                p = last;
+                continue;
+            }
+        }
         const Line old = line;
         line = {Slot{static_cast<std::int32_t>(static_cast<std::int64_t>(p) + origin_), x}, old[0],
                 old[1], old[2]};
@@ -111,6 +125,22 @@ void MatchFinder::encode(std::span<const std::uint8_t> input, std::vector<std::u
     if (nextLiteral_ < n) emitLiterals(n - nextLiteral_);
     if (!block_.empty()) closeBlock();
     origin_ += static_cast<std::int64_t>(n + format::maxD + 1);
+}
+
+std::size_t MatchFinder::runEnd(std::size_t p, std::uint32_t value, std::size_t stop) const {
+    // Never past a renumbering of the table, which must see its position.
+    const auto beforeRebase = static_cast<std::size_t>(rebaseThreshold - origin_ - 1);
+    stop = std::min(stop, beforeRebase);
+    const std::uint8_t* in = input_.data();
+    std::size_t last = p;
+    // Four positions at a time: the value repeats at each while the bytes keep a period of 4.
+    if (last >= 3) {
+        while (last + 4 <= stop && load64(in + last + 1) == load64(in + last - 3))
+            last += 4;
+    }
+    while (last < stop && load32(in + last + 1) == value)
+        ++last;
+    return last;
 }
 
 MatchFinder::Candidate MatchFinder::longestMatch(const Line& line, std::size_t p,

@@ -41,6 +41,8 @@ private:
     };
 
     Candidate longestMatch(const Line& line, std::size_t p, std::uint32_t value) const;
+    /// The last position from `p` on, up to `stop`, where `value` still repeats.
+    std::size_t runEnd(std::size_t p, std::uint32_t value, std::size_t stop) const;
     void clearTable();
     void rebase();
     void emit(const Match& match);

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdio>
+#include <filesystem>
 #include <functional>
 
 using brantle::DiskScanner;
@@ -102,9 +104,13 @@ TEST(Snapshot, ScannedTreeRoundTripsThroughAFile) {
     }
     EXPECT_EQ(copy.nameBytes(*copy.node(root / "caf\xEF\xBF\xBD.txt")), "caf\xe9.txt");
 
-    // A new save replaces the file; trees with no nodes or only the root survive too.
+    // A new save replaces the file and removes what interrupted saves left beside it; a tree
+    // of only the root survives too.
+    const std::string leftOver = file + ".Ab12Cd";
+    std::fclose(std::fopen(leftOver.c_str(), "w"));
     const FileTree bare("/");
     ASSERT_TRUE(Snapshot::save(bare, {"/", 0, 0}, file).has_value());
+    EXPECT_FALSE(std::filesystem::exists(leftOver));
     const auto rootOnly = Snapshot::load(file);
     ASSERT_TRUE(rootOnly.has_value());
     EXPECT_EQ(rootOnly->tree.count(), 1u);
