@@ -88,7 +88,9 @@ TEST(Shoreline, FirstRuleKeepsAnAreaAndTheGuardVetoes) {
     EXPECT_EQ(finding.bytes, 2 * MiB);
     EXPECT_EQ(finding.safety, Safety::safe);
     EXPECT_EQ(finding.reason, "because x/b");
-    EXPECT_EQ(finding.removal, *context.guardian.check(finding.path).removal());
+    const auto verdict = context.guardian.check(finding.path);
+    ASSERT_NE(verdict.removal(), nullptr);
+    EXPECT_EQ(finding.removal, *verdict.removal());
     EXPECT_EQ(categories[1].title, "Title first");
 }
 
