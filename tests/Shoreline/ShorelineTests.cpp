@@ -89,8 +89,9 @@ TEST(Shoreline, FirstRuleKeepsAnAreaAndTheGuardVetoes) {
     EXPECT_EQ(finding.safety, Safety::safe);
     EXPECT_EQ(finding.reason, "because x/b");
     const auto verdict = context.guardian.check(finding.path);
-    ASSERT_NE(verdict.removal(), nullptr);
-    EXPECT_EQ(finding.removal, *verdict.removal());
+    const auto* removal = verdict.removal();
+    ASSERT_NE(removal, nullptr);
+    EXPECT_EQ(finding.removal, *removal);
     EXPECT_EQ(categories[1].title, "Title first");
 }
 
