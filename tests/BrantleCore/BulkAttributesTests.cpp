@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
 #include <cstring>
 #include <vector>
 
@@ -32,9 +34,8 @@ public:
     };
 
     void add(const Entry& e) {
-        std::vector<std::byte> fields;
+        std::vector<std::byte> fields(sizeof(std::uint32_t)); // length, patched below
         std::size_t nameReference = 0;
-        put(fields, std::uint32_t{0}); // length, patched below
         for (std::uint32_t word : {e.common, 0u, 0u, e.file, 0u})
             put(fields, word);
         if (e.common & BulkAttributes::commonError) put(fields, e.error);
@@ -72,8 +73,8 @@ public:
 
 private:
     template <typename T> static void put(std::vector<std::byte>& out, T value) {
-        const auto* raw = reinterpret_cast<const std::byte*>(&value);
-        out.insert(out.end(), raw, raw + sizeof value);
+        for (const std::byte b : std::bit_cast<std::array<std::byte, sizeof value>>(value))
+            out.push_back(b);
     }
 };
 

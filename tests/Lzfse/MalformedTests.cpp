@@ -21,6 +21,11 @@ void put32(Bytes& b, std::size_t at, std::uint32_t v) {
     std::memcpy(b.data() + at, &v, 4);
 }
 
+void append32(Bytes& b, std::uint32_t v) {
+    for (int shift = 0; shift < 32; shift += 8)
+        b.push_back(static_cast<std::uint8_t>(v >> shift));
+}
+
 /// Replaces a bit field of the v2 header word at `at` (P0 at 8, P1 at 16, P2 at 24).
 Bytes withField(Bytes b, std::size_t at, unsigned offset, unsigned width, std::uint64_t value) {
     std::uint64_t word;
@@ -127,12 +132,11 @@ TEST(LzfseMalformed, LyingSizeFieldsAreRejected) {
 
 TEST(LzfseMalformed, LzvnOpcodesAreChecked) {
     const auto lzvn = [](const Bytes& payload, std::uint32_t rawSize) {
-        Bytes b(12 + payload.size() + 4);
-        std::memcpy(b.data(), "bvxn", 4);
-        put32(b, 4, rawSize);
-        put32(b, 8, static_cast<std::uint32_t>(payload.size()));
-        std::copy(payload.begin(), payload.end(), b.begin() + 12);
-        std::memcpy(b.data() + 12 + payload.size(), "bvx$", 4);
+        Bytes b{'b', 'v', 'x', 'n'};
+        append32(b, rawSize);
+        append32(b, static_cast<std::uint32_t>(payload.size()));
+        b.insert(b.end(), payload.begin(), payload.end());
+        b.insert(b.end(), {'b', 'v', 'x', '$'});
         return b;
     };
     const Bytes end{6, 0, 0, 0, 0, 0, 0, 0};

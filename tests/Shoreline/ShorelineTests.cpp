@@ -90,7 +90,10 @@ TEST(Shoreline, FirstRuleKeepsAnAreaAndTheGuardVetoes) {
     EXPECT_EQ(finding.bytes, 2 * MiB);
     EXPECT_EQ(finding.safety, Safety::safe);
     EXPECT_EQ(finding.reason, "because x/b");
-    EXPECT_EQ(finding.removal, *context.guardian.check(finding.path).removal());
+    const auto verdict = context.guardian.check(finding.path);
+    const auto* removal = verdict.removal();
+    ASSERT_NE(removal, nullptr);
+    EXPECT_EQ(finding.removal, *removal);
     EXPECT_EQ(categories[1].title, "Title first");
 }
 
