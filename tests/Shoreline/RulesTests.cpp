@@ -21,13 +21,13 @@ const std::string appCache = "Cache — the app rebuilds it when it needs it.";
 TEST(AppCachesRule, LinuxCachesAndFlatpakContainers) {
     TestHome home(System::linux);
     home.file(".cache/big/a", MiB);
-    home.file(".cache/small/a", MiB - 4096);
+    home.file(".cache/small/a", MiB - 16 * 4096);
     home.file(".cache/thumbnails/normal/a", 2 * MiB);
     home.file(".cache/pip/http/a", 20 * MiB);
     home.file(".cache/JetBrains/a", MiB);
     home.file(".cache/running-app/a", 2 * MiB);
     home.file(".var/app/org.gimp.GIMP/cache/a", 5 * MiB);
-    home.file(".var/app/org.small.App/cache/a", 5 * MiB - 4096);
+    home.file(".var/app/org.small.App/cache/a", 5 * MiB - 16 * 4096);
     home.file(".var/app/org.running.App/cache/a", 8 * MiB);
     home.file(".var/app/org.nocache.App/data/a", 8 * MiB);
     home.file("Library/Caches/com.example/a", 2 * MiB);
@@ -76,7 +76,7 @@ TEST(LogsRule, LogFoldersOfEachSystem) {
     TestHome linux(System::linux);
     linux.file(".local/state/app/log/a", MiB);
     linux.file(".local/state/other/logs/a", 2 * MiB);
-    linux.file(".local/state/tiny/log/a", MiB - 4096);
+    linux.file(".local/state/tiny/log/a", MiB - 16 * 4096);
     linux.file(".local/state/app/history/a", 2 * MiB);
     linux.file(".local/state/log/a", 2 * MiB); // not inside an app's folder
     linux.file(".xsession-errors", MiB);
@@ -88,7 +88,7 @@ TEST(LogsRule, LogFoldersOfEachSystem) {
 
     TestHome mac(System::macOS);
     mac.file("Library/Logs/DiagnosticReports/a", MiB);
-    mac.file("Library/Logs/Small/a", MiB - 4096);
+    mac.file("Library/Logs/Small/a", MiB - 16 * 4096);
     mac.file(".xsession-errors", 2 * MiB);
     EXPECT_THAT(mac.proposals(LogsRule(), mac.context()),
                 ElementsAre(P{"Library/Logs/DiagnosticReports", Safety::safe, reason}));
@@ -98,7 +98,7 @@ TEST(XcodeRule, BuildProductsOldSymbolsOldArchivesAndSimulatorCache) {
     for (const System system : {System::macOS, System::linux}) {
         TestHome home(system);
         home.file("Library/Developer/Xcode/DerivedData/App-abc/a", MiB);
-        home.file("Library/Developer/Xcode/DerivedData/Tiny-abc/a", MiB - 4096);
+        home.file("Library/Developer/Xcode/DerivedData/Tiny-abc/a", MiB - 16 * 4096);
         home.file("Library/Developer/Xcode/iOS DeviceSupport/17.0/a");
         home.ageAll("Library/Developer/Xcode/iOS DeviceSupport/17.0", 90);
         home.file("Library/Developer/Xcode/iOS DeviceSupport/17.4/a");
@@ -140,7 +140,7 @@ TEST(PackageCachesRule, TablesInOrderFromTenMiB) {
     };
     TestHome linux(System::linux);
     linux.file(".npm/_cacache/a", 10 * MiB);
-    linux.file(".cache/yarn/a", 10 * MiB - 4096);
+    linux.file(".cache/yarn/a", 10 * MiB - 16 * 4096);
     linux.file(".local/share/pnpm/store/a", 10 * MiB);
     linux.file("Library/pnpm/store/a", 10 * MiB);
     linux.file("go/pkg/mod/a", 12 * MiB);
@@ -176,7 +176,7 @@ TEST(ProjectDependenciesRule, IdleProjectsOnly) {
     };
     project("code/web", "node_modules", "", 10 * MiB, 40);
     project("code/fresh", "node_modules", "", 10 * MiB, 29);
-    project("code/tiny", "node_modules", "", 10 * MiB - 4096, 40);
+    project("code/tiny", "node_modules", "", 10 * MiB - 16 * 4096, 40);
     project("code/rust", "target", "", 20 * MiB, 40);
     project("code/rust2", "target", "Cargo.toml", 20 * MiB, 40);
     project("code/ios", "Pods", "Podfile", 20 * MiB, 60);

@@ -87,7 +87,7 @@ TEST(Shoreline, FirstRuleKeepsAnAreaAndTheGuardVetoes) {
     EXPECT_EQ(finding.path, home / "x/b");
     EXPECT_EQ(finding.id(), finding.path);
     EXPECT_EQ(finding.name, "b");
-    EXPECT_EQ(finding.bytes, 2 * MiB);
+    EXPECT_EQ(finding.bytes, 2 * MiB + home.folderBlocks("x/b"));
     EXPECT_EQ(finding.safety, Safety::safe);
     EXPECT_EQ(finding.reason, "because x/b");
     const auto verdict = context.guardian.check(finding.path);
@@ -114,11 +114,14 @@ TEST(Shoreline, SortsFindingsAndCategoriesStably) {
             R("empty", {})));
     ASSERT_THAT(ids(categories), ElementsAre("reviewed", "mixed"));
     EXPECT_THAT(paths(home, categories[0]), ElementsAre("five", "four"));
-    EXPECT_EQ(categories[0].total(), 6 * MiB);
+    EXPECT_EQ(categories[0].total(),
+              6 * MiB + home.folderBlocks("four") + home.folderBlocks("five"));
     EXPECT_EQ(categories[0].safeTotal(), 0u);
     EXPECT_THAT(paths(home, categories[1]), ElementsAre("two", "one", "three"));
-    EXPECT_EQ(categories[1].total(), 4 * MiB);
-    EXPECT_EQ(categories[1].safeTotal(), 2 * MiB);
+    EXPECT_EQ(categories[1].total(), 4 * MiB + home.folderBlocks("one") + home.folderBlocks("two") +
+                                         home.folderBlocks("three"));
+    EXPECT_EQ(categories[1].safeTotal(),
+              2 * MiB + home.folderBlocks("one") + home.folderBlocks("three"));
 
     // Equal totals keep the rules' order.
     TestHome tie;
@@ -156,7 +159,7 @@ TEST(Shoreline, WholeHomeOnLinux) {
     EXPECT_THAT(paths(home, categories[0]), ElementsAre(".cache/pip"));
     EXPECT_THAT(paths(home, categories[1]), ElementsAre("Downloads/setup.iso"));
     EXPECT_THAT(paths(home, categories[2]), ElementsAre(".cache/app"));
-    EXPECT_EQ(categories[2].safeTotal(), 2 * MiB);
+    EXPECT_EQ(categories[2].safeTotal(), 2 * MiB + home.folderBlocks(".cache/app"));
 }
 
 TEST(LastUsed, AccessTimeOnlyWhenLaterThanModification) {

@@ -52,6 +52,16 @@ public:
     }
     const shoreline::SuggestionFolders& folders() const { return folders_; }
 
+    /// The blocks that the folder at `relative` and the folders inside it own themselves,
+    /// which count in its size beside the files.
+    std::uint64_t folderBlocks(std::string_view relative) const {
+        const std::string top = *this / relative;
+        std::uint64_t bytes = testing_support::allocatedBytes(top);
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(top))
+            if (entry.is_directory() && !entry.is_symlink())
+                bytes += testing_support::allocatedBytes(entry.path());
+        return bytes;
+    }
     /// A folder and its parents.
     void folder(std::string_view relative) const {
         std::filesystem::create_directories(*this / relative);
