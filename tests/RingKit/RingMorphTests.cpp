@@ -39,18 +39,6 @@ const RingMorph::Pair& pairOf(const RingMorph::Result& morph, Kind kind) {
 
 } // namespace
 
-TEST(RingMorph, SameLayoutPairsEverySliceWithItself) {
-    Home home;
-    const auto segments = home.layout(0);
-    const auto morph = RingMorph::pair(segments, segments, RingMorph::parentsOf(home.tree));
-    ASSERT_EQ(morph.pairs.size(), segments.size());
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        EXPECT_EQ(morph.pairs[i].from, segments[i]);
-        EXPECT_EQ(morph.pairs[i].to, segments[i]);
-    }
-    EXPECT_TRUE(morph.fading.empty());
-}
-
 TEST(RingMorph, ZoomingInGlidesChildrenGrowsNewSlicesAndFadesTheRest) {
     Home home;
     const auto before = home.layout(0, 2);        // docs, work, letter, music, song
