@@ -8,13 +8,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <ctime>
 #include <fcntl.h>
 #include <iterator>
 #include <optional>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <thread>
-#include <time.h>
 #include <vector>
 
 namespace brantle::ChangeHistory {

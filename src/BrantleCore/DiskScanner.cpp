@@ -227,7 +227,7 @@ bool DiskScanner::isNewLink(Job& job, DeviceNumber device, std::uint64_t inode) 
 }
 
 void DiskScanner::seedLinks(Job& job) {
-    const LinkSeed seed = *job.linkSeed;
+    const LinkSeed seed = job.linkSeed.value();
     job.linkSeed.reset();
     const FileTree& tree = job.tree;
     const auto& parents = tree.columns().parents;
