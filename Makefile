@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 20
 
-.PHONY: deps build run test asan fuzz bench package format clean
+.PHONY: deps build run test asan tsan fuzz bench package format format-check tidy qmllint clean
 
 deps:
 	bash scripts/install-deps
@@ -23,6 +23,12 @@ asan: deps
 	cmake --build --preset asan -j $(JOBS)
 	ctest --preset asan -j $(JOBS)
 
+# The threaded code (scanner, catch-up, eraser, the model's pool) under ThreadSanitizer.
+tsan: deps
+	cmake --preset tsan
+	cmake --build --preset tsan -j $(JOBS)
+	ctest --preset tsan -j $(JOBS)
+
 # Builds every libFuzzer target and runs each briefly on its seed corpus.
 fuzz: deps
 	cmake --preset fuzz
@@ -40,6 +46,16 @@ bench: build
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.hpp')
+
+format-check: deps
+	clang-format --dry-run --Werror $$(git ls-files '*.cpp' '*.hpp')
+
+tidy: deps
+	cmake --preset dev
+	JOBS=$(JOBS) bash scripts/tidy
+
+qmllint: deps
+	bash scripts/qmllint
 
 clean:
 	rm -rf build

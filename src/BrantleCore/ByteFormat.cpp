@@ -1,6 +1,7 @@
 #include "BrantleCore/ByteFormat.hpp"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace brantle {
@@ -32,7 +33,7 @@ double rounded(double value, int decimals) {
     double scale = 1;
     for (int i = 0; i < decimals; ++i)
         scale *= 10;
-    return static_cast<double>(static_cast<std::uint64_t>(value * scale + 0.5)) / scale;
+    return std::floor(value * scale + 0.5) / scale;
 }
 
 } // namespace

@@ -11,13 +11,13 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <ctime>
 #include <fcntl.h>
 #include <iterator>
 #include <optional>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <thread>
-#include <time.h>
 #include <unistd.h>
 #include <vector>
 

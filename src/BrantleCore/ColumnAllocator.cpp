@@ -27,8 +27,8 @@ void* allocate(std::size_t bytes) {
     if (aligned > base) munmap(mapped, aligned - base);
     const std::uintptr_t tail = aligned + length;
     const std::uintptr_t end = base + length + hugePage;
-    if (end > tail) munmap(reinterpret_cast<void*>(tail), end - tail);
-    void* block = reinterpret_cast<void*>(aligned);
+    void* block = static_cast<char*>(mapped) + (aligned - base);
+    if (end > tail) munmap(static_cast<char*>(block) + length, end - tail);
     madvise(block, length, MADV_HUGEPAGE);
     return block;
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <ranges>
 #include <string>
 
 namespace brantle {
@@ -231,9 +232,9 @@ std::string FileTree::path(NodeId id) const {
     for (NodeId n = id; n != root && n != none; n = columns_.parents[n])
         chain.push_back(n);
     std::string out = rootPath_;
-    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+    for (const NodeId n : std::views::reverse(chain)) {
         if (out != "/") out += '/';
-        out += repairedUtf8(nameBytes(*it));
+        out += repairedUtf8(nameBytes(n));
     }
     return out;
 }

@@ -138,7 +138,7 @@ std::vector<std::uint8_t> bodyBuffer(std::size_t compressedSize) {
     const auto start = reinterpret_cast<std::uintptr_t>(buffer.data());
     const std::uintptr_t first = (start + hugePage - 1) & ~(hugePage - 1);
     const std::uintptr_t end = (start + buffer.capacity()) & ~(hugePage - 1);
-    if (end > first) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+    if (end > first) madvise(buffer.data() + (first - start), end - first, MADV_HUGEPAGE);
     return buffer;
 }
 

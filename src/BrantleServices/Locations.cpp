@@ -22,7 +22,7 @@ std::string homeDirectory() {
 }
 
 std::string realHomeDirectory() {
-    const auto home = homeDirectory();
+    auto home = homeDirectory();
     char* real = ::realpath(home.c_str(), nullptr);
     if (!real) return home;
     std::string resolved(real);
@@ -31,7 +31,7 @@ std::string realHomeDirectory() {
 }
 
 std::string homeIn(const FileTree& tree) {
-    const auto home = homeDirectory();
+    auto home = homeDirectory();
     if (tree.node(home)) return home;
     const auto real = realHomeDirectory();
     return tree.node(real) ? real : home;

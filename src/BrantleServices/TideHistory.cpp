@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
+#include <ranges>
 #include <set>
 #include <utility>
 
@@ -88,14 +89,14 @@ std::vector<TideSummary> TideHistory::load() const {
 void TideHistory::prune(double now) const {
     const std::vector<TideSummary> summaries = load();
     std::set<std::pair<int, int>> keptWeeks;
-    for (auto it = summaries.rbegin(); it != summaries.rend(); ++it) {
-        const double ageDays = (now - it->date) / secondsPerDay;
+    for (const TideSummary& summary : std::views::reverse(summaries)) {
+        const double ageDays = (now - summary.date) / secondsPerDay;
         if (ageDays < dailyDays) continue;
         if (ageDays <= keptDays) {
-            const auto week = isoWeek(it->date);
+            const auto week = isoWeek(summary.date);
             if (!week || keptWeeks.insert(*week).second) continue;
         }
-        if (const auto name = fileName(it->date))
+        if (const auto name = fileName(summary.date))
             QFile::remove(QString::fromStdString(directory_ + '/' + *name));
     }
 }

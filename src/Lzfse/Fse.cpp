@@ -9,7 +9,7 @@ namespace {
 
 /// floor(log2(v)) for v >= 1.
 int floorLog2(std::uint32_t v) {
-    return std::bit_width(v) - 1;
+    return static_cast<int>(std::bit_width(v)) - 1;
 }
 
 /// Calls fill(state, symbol, nbits, delta) for every decoder state: each symbol owns as many

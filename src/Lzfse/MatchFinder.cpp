@@ -17,9 +17,9 @@ constexpr unsigned hashBits = 14;
 constexpr std::int32_t invalidPosition = -4 * static_cast<std::int32_t>(format::maxD);
 /// A match at least this long is taken at once, without looking for a better one.
 constexpr std::size_t goodEnoughLength = 40;
-constexpr std::size_t maxMatchLength = 100 * format::maxM;
+constexpr std::size_t maxMatchLength = std::size_t{100} * format::maxM;
 /// Literal bytes allowed to pile up before they are sent as a literal-only triple.
-constexpr std::size_t maxLiteralBacklog = 8 * format::maxL;
+constexpr std::size_t maxLiteralBacklog = std::size_t{8} * format::maxL;
 /// Block limits, kept with the reference encoder's safety margins.
 constexpr std::size_t tripleMargin = 8;
 constexpr std::size_t literalMargin = 16;

@@ -90,6 +90,7 @@ Shoreline::analyze(const ShorelineContext& context,
     std::ranges::stable_sort(categories, std::greater<>{},
                              [](const auto& entry) { return entry.first; });
     std::vector<ShorelineCategory> out;
+    out.reserve(categories.size());
     for (auto& entry : categories)
         out.push_back(std::move(entry.second));
     return out;

@@ -38,7 +38,7 @@ std::optional<GuardOptions> parsed(Arguments args) {
             arg == "--profile" || arg == "--home" || arg == "--app" || arg == "--running";
         if (!valued) {
             if (arg == "--") {
-                options.paths.insert(options.paths.end(), args.begin() + i + 1, args.end());
+                options.paths.insert(options.paths.end(), args.subspan(i + 1).begin(), args.end());
                 break;
             }
             if (arg.starts_with("--")) return std::nullopt;
@@ -47,7 +47,10 @@ std::optional<GuardOptions> parsed(Arguments args) {
         }
         if (++i == args.size()) return std::nullopt;
         const std::string value(args[i]);
-        if (arg == "--profile" && !(options.profile = profileNamed(value))) return std::nullopt;
+        if (arg == "--profile") {
+            options.profile = profileNamed(value);
+            if (!options.profile) return std::nullopt;
+        }
         if (arg == "--home") options.home = value;
         if (arg == "--app") options.app = value;
         if (arg == "--running") {

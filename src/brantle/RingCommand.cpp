@@ -107,10 +107,11 @@ int runRing(Arguments args) {
     if (!isReadableFolder(request->path)) return exitFailure;
     DiskScanner scanner(ScanOptions::forVolume(request->path), activeProcessors());
     const FileTree tree = scanner.scan(request->path);
-    const auto focus = tree.node(request->focus.value_or(tree.rootPath()));
+    const auto focusPath = request->focus.value_or(tree.rootPath());
+    const auto focus = tree.node(focusPath);
     if (!focus) {
         std::fprintf(stderr, "brantle ring: %s is not inside the scanned folder\n",
-                     request->focus->c_str());
+                     focusPath.c_str());
         return exitFailure;
     }
     const auto segments =

