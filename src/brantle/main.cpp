@@ -15,8 +15,8 @@ namespace brantle::cli {
 
 // Subcommands register here, one line each.
 const std::array commands{
-    catchUpCommand, eraseCommand,    guardCommand,   lzfseCommand, ringCommand,
-    scanCommand,    snapshotCommand, suggestCommand, trashCommand,
+    catchUpCommand, diffCommand, eraseCommand, exportCommand,   guardCommand,   importCommand,
+    lzfseCommand,   ringCommand, scanCommand,  snapshotCommand, suggestCommand, trashCommand,
 };
 
 int usageError(const Command& command) {
