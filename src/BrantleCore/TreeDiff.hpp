@@ -30,7 +30,9 @@ std::string_view changeName(TreeChange::Kind kind);
 
 /// What changed from `before` to `after`, matching nodes by their path below each root: every
 /// item in both whose size differs (the roots included), and each new or removed item once
-/// (not its contents). Largest change first; equal changes by path.
+/// (not its contents). A hard-linked file counts at its name first in path order in both trees,
+/// so the order a scan met its names in is no change. Largest change first; equal changes by
+/// path.
 std::vector<TreeChange> diffTrees(const FileTree& before, const FileTree& after);
 
 } // namespace brantle
