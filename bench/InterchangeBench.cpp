@@ -1,5 +1,5 @@
 // ncdu export and import of a scanned corpus (default 1,000,000 entries, made with
-// shared/bench/make-tree when missing), and the diff of two 1 M-entry trees: the scan against
+// bench/make-tree when missing), and the diff of two 1 M-entry trees: the scan against
 // a copy with a thousand files resized and ten folders removed.
 //
 // AMBREL_BENCH_CORPUS names the corpus folder (default $TMPDIR/ambrel-corpus-1000000).
@@ -37,8 +37,8 @@ struct Corpus {
     Corpus() {
         const std::string root = corpusPath();
         if (!fs::exists(root)) {
-            const std::string make = "python3 '" + std::string(AMBREL_SHARED_DIR) +
-                                     "/bench/make-tree' --entries 1000000 '" + root + "'";
+            const std::string make =
+                "python3 '" AMBREL_MAKE_TREE "' --entries 1000000 '" + root + "'";
             if (std::system(make.c_str()) != 0) std::abort();
         }
         std::string pattern = (fs::temp_directory_path() / "ambrel-ncdu-bench-XXXXXX").string();
