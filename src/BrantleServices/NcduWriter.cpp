@@ -4,6 +4,7 @@
 
 #include <QSaveFile>
 
+#include <cerrno>
 #include <charconv>
 #include <unordered_map>
 
@@ -111,11 +112,14 @@ std::expected<void, std::error_code>
 NcduWriter::save(const FileTree& tree, const SnapshotMeta& meta, const std::string& path) {
     const std::string text = write(tree, meta);
     QSaveFile file(QString::fromStdString(path));
+    errno = 0;
     if (!file.open(QIODevice::WriteOnly) ||
         file.write(text.data(), static_cast<qint64>(text.size())) !=
             static_cast<qint64>(text.size()) ||
-        !file.commit())
-        return std::unexpected(std::make_error_code(std::errc::io_error));
+        !file.commit()) {
+        // QSaveFile keeps no error code; the failed system call left its own in errno.
+        return std::unexpected(std::error_code(errno != 0 ? errno : EIO, std::generic_category()));
+    }
     return {};
 }
 

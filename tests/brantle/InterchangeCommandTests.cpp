@@ -111,6 +111,7 @@ TEST(InterchangeCommands, RefusesWhatIsNotAnExport) {
     const std::string brantle = std::string(AMBREL_BRANTLE) + " ";
     writeFile(work / "cut.json", R"([1,2,{},[{"name":"/r"},{"name":"a","dsize":4096)");
     writeFile(work / "snapshot.json", "BRS1");
+    run(brantle + "scan " + quoted(work / "") + " --save " + quoted(work / "empty.brs"));
     struct Case {
         std::string arguments;
         int status;
@@ -125,6 +126,8 @@ TEST(InterchangeCommands, RefusesWhatIsNotAnExport) {
          "missing.json: cannot read"},
         {"import " + quoted(work / "cut.json"), 2, "usage: brantle import"},
         {"export " + quoted(work / "cut.json"), 1, "cut.json"},
+        {"export " + quoted(work / "empty.brs") + " -o " + quoted(work / "no/such/x.json"), 1,
+         "cannot write " + work.path() + "/no/such/x.json: No such file or directory"},
         {"diff " + quoted(work / "cut.json"), 2, "usage: brantle diff"},
     };
     for (const Case& c : cases) {
