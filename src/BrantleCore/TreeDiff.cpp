@@ -36,7 +36,14 @@ std::vector<std::uint64_t> linkNeutralSizes(const FileTree& tree) {
         const auto link = links.find(tree.inode(id));
         if (link != links.end() && (flags[id] & skipped) == 0) link->second.push_back(id);
     }
-    std::vector<std::uint64_t> sizes(tree.columns().sizes.begin(), tree.columns().sizes.end());
+    // Each folder's own blocks first, as a scan leaves them before propagating.
+    const auto& whole = tree.columns().sizes;
+    std::vector<std::uint64_t> sizes(whole.begin(), whole.end());
+    for (NodeId id = 1; id < tree.count(); ++id) {
+        if (flags[id] & NodeFlags::dead.rawValue) continue;
+        auto& parentSize = sizes[tree.parent(id)];
+        parentSize = parentSize < whole[id] ? 0 : parentSize - whole[id];
+    }
     for (const auto& [inode, names] : links) {
         std::uint64_t counted = 0;
         for (const NodeId id : names) {
@@ -47,9 +54,6 @@ std::vector<std::uint64_t> linkNeutralSizes(const FileTree& tree) {
             return tree.rawPath(a) < tree.rawPath(b);
         });
         if (first != names.end()) sizes[*first] = counted;
-    }
-    for (NodeId id = 0; id < tree.count(); ++id) {
-        if (flags[id] & NodeFlags::directory.rawValue) sizes[id] = 0;
     }
     for (NodeId id = static_cast<NodeId>(tree.count()); id-- > 1;) {
         if ((flags[id] & NodeFlags::dead.rawValue) == 0) sizes[tree.parent(id)] += sizes[id];

@@ -149,6 +149,7 @@ private:
         if (entry.readError) flags |= NodeFlags::unreadable;
         tree_.setFlags(FileTree::root, flags);
         tree_.update(FileTree::root, 0, entry.mtime);
+        tree_.setSize(FileTree::root, count(entry.dsize));
         tree_.mutableColumns().inodes[FileTree::root] = entry.inode;
         return FileTree::root;
     }
@@ -170,15 +171,25 @@ private:
         if (entry.readError) flags |= NodeFlags::unreadable;
         if (!isFolder && (entry.mode ? S_ISLNK(*entry.mode) : entry.notRegular))
             flags |= NodeFlags::symlink;
-        std::uint64_t size = isFolder ? 0 : entry.dsize;
+        std::uint64_t size = entry.dsize;
         if (!isFolder && (entry.hardLink || entry.links > 1) &&
             !seenLinks_.insert({entry.device, entry.inode}).second) {
             size = 0;
             flags |= NodeFlags::hardlinkDuplicate;
         }
+        const NodeId node = tree_.append(parent, name, size, entry.mtime, entry.inode, flags);
+        if (isFolder)
+            tree_.setSize(node, count(size));
+        else
+            count(size);
+        return node;
+    }
+
+    /// The size, once the running total is known to hold it: the folders' sums never overflow.
+    std::uint64_t count(std::uint64_t size) {
         if (__builtin_add_overflow(total_, size, &total_))
             throw Malformed{"the sizes add up to more than 2^64 bytes"};
-        return tree_.append(parent, name, size, entry.mtime, entry.inode, flags);
+        return size;
     }
 
     std::string_view nameOf(const Entry& entry) {

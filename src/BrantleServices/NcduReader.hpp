@@ -9,7 +9,7 @@
 namespace brantle {
 
 /// Reads ncdu's JSON export (major format version 1, as `ncdu -o` writes it) into a tree.
-/// Sizes are the allocated sizes (dsize); a folder's own size is dropped, as a scan does.
+/// Sizes are the allocated sizes (dsize), a folder's own blocks included, as a scan counts.
 /// Hard links (hlnkc, or nlink above 1) count once per device and inode: later names get size
 /// 0 and the hard-link duplicate flag. Entries on another or a kernel file system become mount
 /// points; those left out by a pattern or a firmlink are left out, as a scan leaves out its

@@ -72,7 +72,7 @@ private:
         const bool folder = has(id, NodeFlags::directory);
         const auto link = linkSizes_.find(tree_.inode(id));
         const bool linked = !folder && link != linkSizes_.end();
-        if (!folder) field("dsize", linked ? link->second : tree_.size(id));
+        field("dsize", folder ? tree_.ownSize(id) : linked ? link->second : tree_.size(id));
         if (tree_.inode(id) != 0) field("ino", tree_.inode(id));
         if (tree_.mtime(id) > 0) field("mtime", static_cast<std::uint64_t>(tree_.mtime(id)));
         if (linked) out_ += ",\"hlnkc\":true";

@@ -30,11 +30,11 @@ TEST(NcduReader, EntriesKeepTheirMeaning) {
         std::string dump;
     };
     const Case cases[] = {
-        {"sizes are dsize; a folder's own size is dropped",
+        {"sizes are dsize, a folder's own blocks included",
          R"([{"name":"/r","asize":4096,"dsize":4096,"dev":1},)"
          R"({"name":"f","asize":10,"dsize":4096,"mtime":5},)"
          R"([{"name":"d","dsize":4096},{"name":"g","asize":9000,"dsize":12288}]])",
-         "/r size=16384 flags=1\n/r/d size=12288 flags=1\n/r/d/g size=12288 flags=0\n"
+         "/r size=24576 flags=1\n/r/d size=16384 flags=1\n/r/d/g size=12288 flags=0\n"
          "/r/f size=4096 flags=0\n"},
         {"hard links count once per device and inode, by hlnkc or nlink",
          R"([{"name":"/r","dev":1},{"name":"a","dsize":8192,"ino":7,"hlnkc":true},)"
