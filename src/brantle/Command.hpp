@@ -39,8 +39,11 @@ std::optional<int> parseCount(std::string_view text);
 
 // The subcommands, each defined in its NameCommand.cpp.
 extern const Command catchUpCommand;
+extern const Command diffCommand;
 extern const Command eraseCommand;
+extern const Command exportCommand;
 extern const Command guardCommand;
+extern const Command importCommand;
 extern const Command lzfseCommand;
 extern const Command ringCommand;
 extern const Command scanCommand;

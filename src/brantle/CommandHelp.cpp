@@ -9,18 +9,27 @@ namespace brantle::cli {
 
 namespace {
 
-constexpr std::array<std::pair<std::string_view, std::string_view>, 9> helpTexts{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 12> helpTexts{{
     {"catch-up", "Brings a snapshot up to date with the changes made since it was taken, or\n"
                  "rescans its folder when the change history cannot be trusted, and saves it\n"
                  "back in place.\n\n"
                  "  --workers N  scanner threads for a rescan (default: processors online)\n"
                  "  --json       print the result as JSON\n"},
+    {"diff", "Compares two snapshots of a folder by path and prints what changed, the\n"
+             "largest change first: one line per item with the change (grown, shrunk, new\n"
+             "or removed), the old size, the new size and the path. A new or removed folder\n"
+             "is one line; a hard-linked file counts once, at its first name by path.\n\n"
+             "  --json  print the changes as JSON (path, oldSize, newSize, change)\n"},
     {"erase", "Deletes each PATH at once, as the Cleanup List's \"Delete Immediately\" does:\n"
               "each item is screened by the deletion guard, reached without following a\n"
               "symbolic link and never left for another volume. Returns once the deletion\n"
               "has finished. One line per path: \"deleted: PATH\" or \"not deleted: NAME:\n"
               "REASON\". Exit status 1 when any item was not deleted.\n\n"
               "  --json  print the removal result as JSON\n"},
+    {"export", "Writes a snapshot as an ncdu JSON export (format 1), which `ncdu -f` opens:\n"
+               "allocated sizes, hard links, mount points, read errors and symbolic links\n"
+               "kept. Names are written byte for byte.\n\n"
+               "  -o FILE  write the export to FILE (default: standard output)\n"},
     {"guard", "Prints the deletion guard's verdict on each PATH, one line per path:\n"
               "\"allowed\", \"allowed: CAUTION\" or \"blocked: REASON\".\n\n"
               "  --profile linux|macos  the platform's protected places (default: this one)\n"
@@ -28,6 +37,10 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 9> helpTexts
               "  --app PATH             the application itself (default: this installation)\n"
               "  --running PATH         an application taken as running (repeatable;\n"
               "                         default: the running applications)\n"},
+    {"import", "Reads an ncdu JSON export (`ncdu -o FILE`) and saves it as a snapshot, then\n"
+               "prints its totals. Sizes are the allocated sizes; hard links count once;\n"
+               "other file systems become mount points and pattern exclusions stay out.\n\n"
+               "  --save FILE  the snapshot to write (required)\n"},
     {"lzfse", "Compresses (encode) or decompresses (decode) the file IN into OUT with\n"
               "Ambrel's LZFSE codec, the format of its snapshots.\n"},
     {"ring", "Scans PATH and prints the ring layout of one folder in it, as the window lays\n"

@@ -16,8 +16,8 @@ namespace brantle::cli {
 // Subcommands register here, one line each.
 // clang-format off
 const std::array commands{
-    catchUpCommand, eraseCommand,    guardCommand,   lzfseCommand, ringCommand,
-    scanCommand,    snapshotCommand, suggestCommand, trashCommand,
+    catchUpCommand, diffCommand, eraseCommand, exportCommand,   guardCommand,   importCommand,
+    lzfseCommand,   ringCommand, scanCommand,  snapshotCommand, suggestCommand, trashCommand,
 };
 // clang-format on
 
