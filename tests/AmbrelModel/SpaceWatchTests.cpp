@@ -295,3 +295,62 @@ TEST(LoginItem, WritesAndRemovesTheAutostartEntry) {
     EXPECT_TRUE(entry.readAll().contains("\nExec=ambrel --login\n"));
     model.setOpenAtLogin(false);
 }
+
+namespace {
+
+const char* const tmpfsVariable = "AMBREL_WATCHED_TMPFS";
+
+} // namespace
+
+// Runs inside the private mount namespace that the next test makes: its tmpfs is the watched
+// volume, 30 GiB at first, then remounted at 10 GiB, which the mount table's change reports.
+TEST(SpaceWatchVolume, DISABLED_InsideTheNamespace) {
+    const char* volume = std::getenv(tmpfsVariable);
+    ASSERT_NE(volume, nullptr);
+    forgetPostedAlerts();
+    NotificationServer server(QStringLiteral("server-volume"));
+    ambrel::DesktopNotifications notifications(
+        QDBusConnection::connectToBus(PrivateBus::address(), QStringLiteral("client-volume")));
+    AppModel model;
+    model.watch().setNotifications(&notifications);
+    model.watch().setWatchedPath(volume);
+    model.startTideWatch();
+    model.watch().round();
+    ASSERT_TRUE(model.startupVolume().has_value());
+    const auto roomy = model.startupVolume()->total;
+    drain();
+    EXPECT_TRUE(server.shown.empty());
+    const auto remount = std::string("mount -o remount,size=10g ") + volume;
+    ASSERT_EQ(std::system(remount.c_str()), 0);
+    EXPECT_TRUE(spin([&] { return model.startupVolume()->total < roomy; }))
+        << "the mount table's change was not seen";
+    model.watch().round();
+    ASSERT_TRUE(spin([&] { return server.shown.size() == 1; }));
+    EXPECT_EQ(server.shown[0].title, QStringLiteral("Your disk is nearly full"));
+}
+
+TEST(SpaceWatchVolume, ANearlyFullWatchedVolumeIsNotifiedOnce) {
+    if (::geteuid() != 0) GTEST_SKIP() << "mounting a tmpfs as the watched volume needs root";
+    TempFolder mountPoint;
+    QProcess inner;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(tmpfsVariable),
+                       QString::fromStdString(mountPoint.path()));
+    inner.setProcessEnvironment(environment);
+    inner.setProcessChannelMode(QProcess::MergedChannels);
+    inner.start(QStringLiteral("unshare"),
+                QStringList{QStringLiteral("--mount"), QStringLiteral("--propagation"),
+                 QStringLiteral("private"), QStringLiteral("sh"), QStringLiteral("-c"),
+                 QStringLiteral("mount -t tmpfs -o size=30g none \"$0\" && exec \"$1\" "
+                                "--gtest_also_run_disabled_tests "
+                                "--gtest_filter=SpaceWatchVolume.DISABLED_InsideTheNamespace"),
+                 QString::fromStdString(mountPoint.path()),
+                 QCoreApplication::applicationFilePath()});
+    if (!inner.waitForStarted()) GTEST_SKIP() << "unshare is not installed";
+    ASSERT_TRUE(inner.waitForFinished(120'000));
+    const auto output = QString::fromUtf8(inner.readAll());
+    if (inner.exitCode() != 0 && output.contains(QStringLiteral("unshare failed")))
+        GTEST_SKIP() << "no private mount namespace here: " << output.toStdString();
+    EXPECT_EQ(inner.exitCode(), 0) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("[  PASSED  ] 1 test"))) << output.toStdString();
+}
