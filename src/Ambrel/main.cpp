@@ -4,6 +4,7 @@
 #include "AmbrelModel/DesktopNotifications.hpp"
 #include "AmbrelModel/LoginItem.hpp"
 #include "AppWindow.hpp"
+#include "SingleInstance.hpp"
 #include "TrayIcon.hpp"
 
 #include <QApplication>
@@ -90,6 +91,8 @@ int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("app.ambrel.Ambrel"));
     const std::optional<ambrel::ScanTarget> target = folderArgument(app);
+    // A second launch brings the running window forward instead.
+    if (!ambrel::SingleInstance::claim(QDBusConnection::sessionBus())) return 0;
     ambrel::AppModel model;
     // The snapshot decodes on a background thread while the window is built.
     model.start(target);
@@ -106,6 +109,9 @@ int main(int argc, char* argv[]) {
         window->raise();
         window->requestActivate();
     });
+    // Re-opening Ambrel shows the explorer, as a click on "Open Ambrel" does.
+    const ambrel::SingleInstance instance(
+        QDBusConnection::sessionBus(), [&model] { model.openSection(QStringLiteral("explorer")); });
     model.watch().setNotifications(&notifications);
     model.startTideWatch();
     // Access may have been granted in the system settings while the window was in the back.
