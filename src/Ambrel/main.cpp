@@ -1,11 +1,18 @@
 // The application: one model, one main window; the last scan shows at once when its
 // snapshot is intact, otherwise the target is scanned.
 #include "AmbrelModel/AppModel.hpp"
+#include "AmbrelModel/DesktopNotifications.hpp"
+#include "AmbrelModel/LoginItem.hpp"
 #include "AppWindow.hpp"
+#include "SingleInstance.hpp"
+#include "TrayIcon.hpp"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QQuickWindow>
 
 #include <QCommandLineParser>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QQmlApplicationEngine>
 
 #include <algorithm>
@@ -32,6 +39,8 @@ std::optional<ambrel::ScanTarget> folderArgument(const QCoreApplication& app) {
                        "biggest items."));
     parser.addHelpOption();
     parser.addVersionOption();
+    parser.addOption(QCommandLineOption(QString::fromLatin1(ambrel::LoginItem::trayArgument + 2),
+                                        QStringLiteral("Start in the tray only, as at login.")));
     parser.addPositionalArgument(
         QStringLiteral("FOLDER"),
         QStringLiteral("The folder to show (default: the one shown last, at first the startup "
@@ -58,6 +67,17 @@ bool asksForTextOnly(int argc, char* argv[]) {
     });
 }
 
+/// Started at login: the autostart entry's argument, or the login item on and the system up
+/// for less than ten minutes. Then Ambrel waits in the tray without a window.
+bool startedAtLogin(const QCoreApplication& app) {
+    if (app.arguments().contains(QString::fromLatin1(ambrel::LoginItem::trayArgument))) return true;
+    double uptime = 0;
+    std::FILE* file = std::fopen("/proc/uptime", "r");
+    const bool read = file && std::fscanf(file, "%lf", &uptime) == 1;
+    if (file) std::fclose(file);
+    return ambrel::LoginItem::isSet() && read && uptime < 600;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -68,14 +88,32 @@ int main(int argc, char* argv[]) {
         const QCoreApplication text(argc, argv);
         folderArgument(text);
     }
-    QGuiApplication app(argc, argv);
+    QApplication app(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("app.ambrel.Ambrel"));
     const std::optional<ambrel::ScanTarget> target = folderArgument(app);
+    // A second launch brings the running window forward instead.
+    if (!ambrel::SingleInstance::claim(QDBusConnection::sessionBus())) return 0;
     ambrel::AppModel model;
     // The snapshot decodes on a background thread while the window is built.
     model.start(target);
     QQmlApplicationEngine engine;
-    if (!ambrel::createMainWindow(engine, model)) return 1;
+    QQuickWindow* window = ambrel::createMainWindow(engine, model);
+    if (!window) return 1;
+    if (startedAtLogin(app)) window->hide();
+    ambrel::TrayIcon tray(model);
+    ambrel::DesktopNotifications notifications(QDBusConnection::sessionBus());
+    QObject::connect(&notifications, &ambrel::DesktopNotifications::undelivered, &tray,
+                     &ambrel::TrayIcon::showMessage);
+    QObject::connect(&model, &ambrel::AppModel::windowRequested, window, [window] {
+        window->show();
+        window->raise();
+        window->requestActivate();
+    });
+    // Re-opening Ambrel shows the explorer, as a click on "Open Ambrel" does.
+    const ambrel::SingleInstance instance(
+        QDBusConnection::sessionBus(), [&model] { model.openSection(QStringLiteral("explorer")); });
+    model.watch().setNotifications(&notifications);
+    model.startTideWatch();
     // Access may have been granted in the system settings while the window was in the back.
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &model,
                      [&model](Qt::ApplicationState state) {

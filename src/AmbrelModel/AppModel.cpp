@@ -18,7 +18,7 @@
 
 namespace ambrel {
 
-AppModel::AppModel(QObject* parent) : QObject(parent) {
+AppModel::AppModel(QObject* parent) : QObject(parent), watch_(new SpaceWatch(*this)) {
     connect(&session_, &ScanSession::previewed, this, &AppModel::preview);
     connect(&session_, &ScanSession::finished, this, &AppModel::finish);
     connect(&session_, &ScanSession::scanNeeded, this, &AppModel::fullScan);
@@ -209,7 +209,8 @@ void AppModel::show(Section section) {
 
 void AppModel::serveSection() {
     if (section_ == Section::Shoreline) analyzeShoreline();
-    if (section_ == Section::History) recordHistory();
+    // Space Watch records each installed tree; otherwise only the History pane asks.
+    if (section_ == Section::History || watch_->started()) recordHistory();
 }
 
 void AppModel::analyzeShoreline() {
@@ -273,6 +274,7 @@ void AppModel::recordHistory() {
         const auto startupVolume = brantle::VolumeInfo::containing("/");
         const auto history = brantle::TideHistory::standard();
         auto summaries = history.load();
+        bool saved = false;
         if (coversHome) {
             std::vector<std::string> roots{home};
             if (hasApplications) roots.emplace_back("/Applications");
@@ -280,16 +282,18 @@ void AppModel::recordHistory() {
             const auto summary =
                 brantle::TideSummary::make(*tree, roots, startupVolume, date, 10'000'000, 6);
             if (!recordedToday(summaries, summary) && history.save(summary)) {
+                saved = true;
                 history.prune(date);
                 summaries = history.load();
             }
         }
         QMetaObject::invokeMethod(
             this,
-            [this, startupVolume, summaries = std::move(summaries)]() mutable {
+            [this, startupVolume, saved, summaries = std::move(summaries)]() mutable {
                 startupVolume_ = startupVolume;
                 history_ = std::move(summaries);
                 emit historyChanged();
+                if (saved && watch_->started()) watch_->evaluateAlerts(true);
             },
             Qt::QueuedConnection);
     });

@@ -4,6 +4,7 @@
 #include "AmbrelModel/Notice.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
+#include "AmbrelModel/SpaceWatch.hpp"
 #include "AmbrelModel/ViewState.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FileTree.hpp"
@@ -50,6 +51,8 @@ class AppModel : public QObject {
     Q_PROPERTY(QVariantList items READ itemRows NOTIFY layoutIDChanged)
     Q_PROPERTY(QVariantMap storage READ storage NOTIFY volumeChanged)
     Q_PROPERTY(bool adminScan READ adminScan NOTIFY adminScanChanged)
+    Q_PROPERTY(bool showMenuBar READ showMenuBar WRITE setShowMenuBar NOTIFY showMenuBarChanged)
+    Q_PROPERTY(bool openAtLogin READ openAtLogin WRITE setOpenAtLogin NOTIFY openAtLoginChanged)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -112,6 +115,18 @@ public:
     /// what today's record holds, then reloads the history; in the background. The History
     /// pane and Space Watch ask for it.
     void recordHistory();
+    /// Starts Space Watch; once, at launch.
+    void startTideWatch();
+    SpaceWatch& watch() { return *watch_; }
+    /// Shows the pane a notification named ("shoreline", "history"; another name the
+    /// explorer, none the history); the window is asked to come forward.
+    Q_INVOKABLE void openSection(const QString& section);
+    /// The tray icon is shown; without it, closing the last window quits.
+    bool showMenuBar() const;
+    void setShowMenuBar(bool on);
+    /// Ambrel starts at login, in the tray only.
+    bool openAtLogin() const;
+    void setOpenAtLogin(bool on);
     /// Replaces the notice; an equal notice changes nothing.
     void setNotice(std::optional<Notice> notice);
     /// Waits for every background task; for tests and shutdown.
@@ -177,8 +192,14 @@ signals:
     void shorelineChanged();
     void shorelineCheckedChanged();
     void adminScanChanged();
+    void showMenuBarChanged();
+    void openAtLoginChanged();
+    /// Something asks for the main window to be shown and raised.
+    void windowRequested();
 
 private:
+    friend class SpaceWatch; // keeps the startup volume and the history fresh
+
     void fullScan(const ScanTarget& target);
     /// Drops the running administrator scan, whose results no longer count, and marks the
     /// tree as not an administrator scan.
@@ -224,6 +245,7 @@ private:
     bool adminScan_ = false;
     helperkit::AdminHelper::Launch helperLaunch_ = helperkit::AdminHelper::Launch::installed();
     AdministratorScan* adminClient_ = nullptr; ///< the running administrator scan, a child
+    SpaceWatch* watch_ = nullptr;              ///< a child
 };
 
 } // namespace ambrel

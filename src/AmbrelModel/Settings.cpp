@@ -43,4 +43,30 @@ void setItemCount(const std::string& rootPath, std::int64_t count) {
     store().setValue(itemCountKey(rootPath), static_cast<qlonglong>(count));
 }
 
+bool watchSwitch(const QString& key) {
+    return store().value(key, true).toBool();
+}
+
+void setWatchSwitch(const QString& key, bool on) {
+    store().setValue(key, on);
+}
+
+namespace {
+
+QString lastAlertKey(std::string_view kind) {
+    return QStringLiteral("lastAlert.") + QString::fromUtf8(kind.data(), qsizetype(kind.size()));
+}
+
+} // namespace
+
+std::optional<QDateTime> lastAlert(std::string_view kind) {
+    const auto stored = store().value(lastAlertKey(kind)).toDateTime();
+    if (!stored.isValid()) return std::nullopt;
+    return stored;
+}
+
+void setLastAlert(std::string_view kind, const QDateTime& when) {
+    store().setValue(lastAlertKey(kind), when);
+}
+
 } // namespace ambrel::Settings

@@ -2,8 +2,13 @@
 
 #include "AmbrelModel/ScanTarget.hpp"
 
+#include <QDateTime>
+#include <QString>
+
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace ambrel {
 
@@ -20,6 +25,15 @@ void setLastTarget(const ScanTarget& target);
 /// when never stored).
 std::int64_t itemCount(const std::string& rootPath);
 void setItemCount(const std::string& rootPath, std::int64_t count);
+
+/// A Space Watch switch ("showMenuBar", "alertLowSpace", "alertFillingFast",
+/// "alertBigGrowth"); each is on until turned off.
+bool watchSwitch(const QString& key);
+void setWatchSwitch(const QString& key, bool on);
+
+/// When the alert of `kind` was last posted ("lastAlert." + kind), if ever.
+std::optional<QDateTime> lastAlert(std::string_view kind);
+void setLastAlert(std::string_view kind, const QDateTime& when);
 
 } // namespace Settings
 
