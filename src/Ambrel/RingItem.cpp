@@ -295,11 +295,16 @@ void RingItem::setHovered(int index) {
 }
 
 void RingItem::hoverMoveEvent(QHoverEvent* event) {
+    // Qt Quick repeats the last hover after every frame; only a pointer that moved may take
+    // the highlight from the keyboard's slice.
+    if (lastHover_ == event->position()) return;
+    lastHover_ = event->position();
     const auto hit = hitAt(event->position());
     setHovered(hit.type == ringkit::Hit::Type::segment ? static_cast<int>(hit.index) : -1);
 }
 
 void RingItem::hoverLeaveEvent(QHoverEvent*) {
+    lastHover_.reset();
     setHovered(-1);
 }
 

@@ -112,6 +112,7 @@ private:
     bool reduceMotion_ = false;
     int hovered_ = -1;
     std::optional<QPointF> pressedAt_;
+    std::optional<QPointF> lastHover_;
 };
 
 } // namespace ambrel

@@ -67,7 +67,7 @@ void AppModel::stopScan() {
     requireMainThread();
     if (phase_ != Phase::Scanning && phase_ != Phase::Updating) return;
     leaveAdministratorScan();
-    session_.cancel();
+    session_.stop();
     setProgress(std::nullopt);
     setPhase(Phase::Ready);
 }

@@ -20,6 +20,8 @@ ApplicationWindow {
     visible: true
     title: "Ambrel"
     color: Theme.window
+    // The keyboard belongs to the window from the start, even where no window manager gives it.
+    Component.onCompleted: requestActivate()
 
     Shortcut {
         sequence: "Ctrl+R"
