@@ -120,7 +120,8 @@ def explore(home):
         check(app is not None, "the application is on the accessibility bus")
         if app is None:
             return
-        row = wait_for(lambda: find(app, "small.txt", pyatspi.ROLE_LIST_ITEM))
+        items = wait_for(lambda: find(app, "Items", pyatspi.ROLE_LIST))
+        row = wait_for(lambda: items and find(items, "small.txt", pyatspi.ROLE_LIST_ITEM))
         check(row is not None, "the list shows the row \"small.txt\" as a list item")
         for name in ("Home", "Startup Disk", "Choose Folder…", "Explorer", "Name", "Size"):
             check(find(app, name, pyatspi.ROLE_PUSH_BUTTON) is not None, f"push button {name!r}")
@@ -156,6 +157,8 @@ def explore(home):
             if focused(items):
                 break
         key("Down")
+        if os.environ.get("WINDOW_TEST_TRACE"):
+            print("list:", focused(items), [(r.name, focused(r)) for r in items], flush=True)
         check(items is not None and any(focused(r) for r in items),
               "Tab then an arrow put the keyboard on a row of the list")
 

@@ -86,6 +86,8 @@ ColumnLayout {
             height: 30
             name: row.modelData.name
             current: rows.activeFocus && rows.currentIndex === row.index
+            // Marks the row for assistive technology; ListRow's own interface answers for it.
+            Accessible.role: Accessible.ListItem
             onActivated: if (row.modelData.folder) list.appModel.focusOn(row.modelData.node)
             onMenuRequested: {
                 rows.currentIndex = row.index

@@ -64,6 +64,7 @@ ToolBar {
             visible: toolbar.appModel.phase === AppModel.Phase.Scanning
                 || toolbar.appModel.phase === AppModel.Phase.Updating
             onClicked: toolbar.appModel.stopScan()
+            Accessible.onPressAction: toolbar.appModel.stopScan()
             ToolTip.visible: hovered
             ToolTip.text: "Stop (Esc)"
         }
