@@ -6,12 +6,17 @@
 #include "RingKit/RingViewport.hpp"
 #include "RingKit/Theme.hpp"
 
+#include "ListRow.hpp"
+#include "RingAccessible.hpp"
+
+#include <QAccessible>
 #include <QQuickWindow>
 #include <QSGFlatColorMaterial>
 #include <QSGGeometryNode>
 #include <QSGVertexColorMaterial>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace ambrel {
@@ -92,7 +97,9 @@ DiscMaterial::Look discLook(bool dark, double level, double pxPerUnit) {
 RingItem::RingItem(QQuickItem* parent) : QQuickItem(parent) {
     setFlag(ItemHasContents);
     setAcceptHoverEvents(true);
-    setAcceptedMouseButtons(Qt::LeftButton);
+    setAcceptedMouseButtons(Qt::LeftButton | Qt::RightButton);
+    setActiveFocusOnTab(true);
+    installAccessibleFactory();
     clock_.start();
 }
 
@@ -119,13 +126,140 @@ void RingItem::showLayout() {
     }
     animation_.setSegments(std::move(segments), parents, now(), reduceMotion_);
     setHovered(-1);
+    emit slicesChanged();
     update();
 }
 
 QString RingItem::hoveredText() const {
+    return sliceCaption(hovered_);
+}
+
+int RingItem::hoveredNode() const {
     const auto& segments = animation_.segments();
-    if (!model_ || hovered_ < 0 || static_cast<std::size_t>(hovered_) >= segments.size()) return {};
-    return model_->sliceText(segments[static_cast<std::size_t>(hovered_)].kind);
+    if (hovered_ < 0 || static_cast<std::size_t>(hovered_) >= segments.size()) return -1;
+    const auto& kind = segments[static_cast<std::size_t>(hovered_)].kind;
+    return kind.isNode() ? static_cast<int>(kind.id) : -1;
+}
+
+void RingItem::showNode(int node) {
+    const auto& segments = animation_.segments();
+    const auto found = std::ranges::find_if(segments, [node](const ringkit::RingSegment& s) {
+        return node >= 0 && s.kind.isNode() && static_cast<int>(s.kind.id) == node;
+    });
+    setHovered(found == segments.end() ? -1 : static_cast<int>(found - segments.begin()));
+}
+
+QString RingItem::sliceDetails(int index) const {
+    const AppModel* model = model_.data();
+    const auto& segments = animation_.segments();
+    if (model == nullptr || index < 0 || static_cast<std::size_t>(index) >= segments.size())
+        return {};
+    const brantle::FileTree* tree = model->tree().get();
+    if (tree == nullptr) return {};
+    const auto& segment = segments[static_cast<std::size_t>(index)];
+    const auto whole = static_cast<double>(tree->size(model->focus()));
+    const long share =
+        whole > 0 ? std::lround(100.0 * static_cast<double>(segment.bytes) / whole) : 0;
+    QString text =
+        sliceCaption(index) + QStringLiteral("\n%1 % of %2")
+                                  .arg(share)
+                                  .arg(model->label(AppModel::Kind::node(model->focus())));
+    if (segment.kind.type == AppModel::Kind::Type::smaller)
+        text += QStringLiteral("\n%1 items").arg(segment.kind.count);
+    else if (segment.kind.isNode() &&
+             tree->flags(segment.kind.id).contains(brantle::NodeFlags::directory))
+        text += QStringLiteral("\n%1 items").arg(tree->children(segment.kind.id).size());
+    return text;
+}
+
+QString RingItem::sliceName(int index) const {
+    const AppModel* model = model_.data();
+    const auto& segments = animation_.segments();
+    if (model == nullptr || index < 0 || static_cast<std::size_t>(index) >= segments.size())
+        return {};
+    return model->label(segments[static_cast<std::size_t>(index)].kind);
+}
+
+QString RingItem::sliceCaption(int index) const {
+    const AppModel* model = model_.data();
+    const auto& segments = animation_.segments();
+    if (model == nullptr || index < 0 || static_cast<std::size_t>(index) >= segments.size())
+        return {};
+    return model->sliceText(segments[static_cast<std::size_t>(index)].kind);
+}
+
+QString RingItem::slicePath(int index) const {
+    const AppModel* model = model_.data();
+    const auto& segments = animation_.segments();
+    if (model == nullptr || index < 0 || static_cast<std::size_t>(index) >= segments.size())
+        return {};
+    const brantle::FileTree* tree = model->tree().get();
+    const auto& kind = segments[static_cast<std::size_t>(index)].kind;
+    return tree != nullptr && kind.isNode() ? QString::fromStdString(tree->path(kind.id))
+                                            : QString();
+}
+
+// Slices are not boxes; the ring's square is the honest bound for every one.
+QRect RingItem::sliceScreenRect(int) const {
+    return screenRect(this);
+}
+
+void RingItem::openSlice(int index) {
+    const AppModel* model = model_.data();
+    const auto& segments = animation_.segments();
+    if (model == nullptr || index < 0 || static_cast<std::size_t>(index) >= segments.size()) return;
+    const int folder = model->folderOf(segments[static_cast<std::size_t>(index)].kind);
+    if (folder >= 0) emit folderClicked(folder);
+}
+
+void RingItem::requestMenu(int index) {
+    const auto count = static_cast<int>(animation_.segments().size());
+    if (index < 0 || index >= count) return;
+    setHovered(index);
+    emit menuRequested(index);
+}
+
+void RingItem::stepSlice(int step) {
+    const auto count = static_cast<int>(animation_.segments().size());
+    if (count == 0) return;
+    setHovered(hovered_ < 0 ? (step > 0 ? 0 : count - 1) : (hovered_ + step + count) % count);
+    if (auto* ring = QAccessible::queryAccessibleInterface(this)) {
+        if (auto* slice = ring->child(hovered_)) {
+            QAccessibleEvent event(slice, QAccessible::Focus);
+            QAccessible::updateAccessibility(&event);
+        }
+    }
+}
+
+void RingItem::focusInEvent(QFocusEvent* event) {
+    QQuickItem::focusInEvent(event);
+    if (hovered_ < 0) stepSlice(1);
+}
+
+void RingItem::keyPressEvent(QKeyEvent* event) {
+    const bool menuKey = event->key() == Qt::Key_Menu ||
+                         (event->key() == Qt::Key_F10 && event->modifiers() & Qt::ShiftModifier);
+    switch (event->key()) {
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+        stepSlice(1);
+        break;
+    case Qt::Key_Left:
+    case Qt::Key_Up:
+        stepSlice(-1);
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        openSlice(hovered_);
+        break;
+    default:
+        if (!menuKey) {
+            event->ignore();
+            return;
+        }
+        requestMenu(hovered_);
+    }
+    event->accept();
 }
 
 void RingItem::setLevel(double level) {
@@ -161,15 +295,26 @@ void RingItem::setHovered(int index) {
 }
 
 void RingItem::hoverMoveEvent(QHoverEvent* event) {
+    // Qt Quick repeats the last hover after every frame; only a pointer that moved may take
+    // the highlight from the keyboard's slice.
+    if (lastHover_ == event->position()) return;
+    lastHover_ = event->position();
     const auto hit = hitAt(event->position());
     setHovered(hit.type == ringkit::Hit::Type::segment ? static_cast<int>(hit.index) : -1);
 }
 
 void RingItem::hoverLeaveEvent(QHoverEvent*) {
+    lastHover_.reset();
     setHovered(-1);
 }
 
 void RingItem::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::RightButton) {
+        const auto hit = hitAt(event->position());
+        if (hit.type == ringkit::Hit::Type::segment) requestMenu(static_cast<int>(hit.index));
+        event->accept();
+        return;
+    }
     pressedAt_ = event->position();
     event->accept();
 }

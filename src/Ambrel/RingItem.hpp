@@ -27,6 +27,7 @@ class RingItem : public QQuickItem {
     Q_PROPERTY(bool reduceMotion READ reduceMotion WRITE setReduceMotion NOTIFY reduceMotionChanged)
     Q_PROPERTY(int hoveredIndex READ hoveredIndex NOTIFY hoveredIndexChanged)
     Q_PROPERTY(QString hoveredText READ hoveredText NOTIFY hoveredIndexChanged)
+    Q_PROPERTY(int hoveredNode READ hoveredNode NOTIFY hoveredIndexChanged)
 
 public:
     explicit RingItem(QQuickItem* parent = nullptr);
@@ -47,8 +48,27 @@ public:
     /// "Name — size" of the slice under the pointer, or empty.
     QString hoveredText() const;
 
+    /// The node of the slice under the pointer, or −1.
+    int hoveredNode() const;
+    /// Highlights the slice of `node` (−1: none), as when the pointer is on a row.
+    Q_INVOKABLE void showNode(int node);
+    /// "Name — size" of slice `index`, with its share of the focus and its item count.
+    Q_INVOKABLE QString sliceDetails(int index) const;
+
     /// What lies under an item point.
     ringkit::Hit hitAt(QPointF point) const;
+
+    /// The name of slice `index`, as the caption and the list show it.
+    QString sliceName(int index) const;
+    /// "Name — size" of slice `index`.
+    QString sliceCaption(int index) const;
+    /// The path slice `index` stands for; empty for merged and volume-level slices.
+    Q_INVOKABLE QString slicePath(int index) const;
+    QRect sliceScreenRect(int index) const;
+    /// Focuses the folder of slice `index`, as a click does.
+    void openSlice(int index);
+    /// Asks for the context menu of slice `index`.
+    void requestMenu(int index);
 
 signals:
     void modelChanged();
@@ -60,6 +80,10 @@ signals:
     void folderClicked(int node);
     /// A click on the centre disc.
     void centerClicked();
+    /// The slices were replaced by another layout.
+    void slicesChanged();
+    /// The context menu of slice `index` is wanted, by the keyboard or assistive technology.
+    void menuRequested(int index);
 
 protected:
     QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
@@ -67,12 +91,16 @@ protected:
     void hoverLeaveEvent(QHoverEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
 
 private:
     double now() const { return static_cast<double>(clock_.nsecsElapsed()) * 1e-9; }
     /// Morphs to the model's current layout.
     void showLayout();
     void setHovered(int index);
+    /// Moves the keyboard's slice by `step`, wrapping around.
+    void stepSlice(int step);
     void appendHighlight(double pxPerUnit);
 
     QPointer<AppModel> model_;
@@ -84,6 +112,7 @@ private:
     bool reduceMotion_ = false;
     int hovered_ = -1;
     std::optional<QPointF> pressedAt_;
+    std::optional<QPointF> lastHover_;
 };
 
 } // namespace ambrel

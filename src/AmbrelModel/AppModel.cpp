@@ -63,6 +63,15 @@ void AppModel::scanAgain() {
     fullScan(target_);
 }
 
+void AppModel::stopScan() {
+    requireMainThread();
+    if (phase_ != Phase::Scanning && phase_ != Phase::Updating) return;
+    leaveAdministratorScan();
+    session_.stop();
+    setProgress(std::nullopt);
+    setPhase(Phase::Ready);
+}
+
 void AppModel::scanTarget(const ScanTarget& target) {
     requireMainThread();
     setTarget(target);

@@ -63,9 +63,6 @@ public:
     Q_ENUM(ShorelinePhase)
     using Kind = ringkit::RingSegment::Kind;
 
-    /// Rows the item list shows at most; the rest of a huge folder is summed in the ring.
-    static constexpr int maxListRows = 1000;
-
     explicit AppModel(QObject* parent = nullptr);
     ~AppModel() override;
 
@@ -78,6 +75,8 @@ public:
     void load(const ScanTarget& target, bool quiet);
     /// "Scan again from scratch": a full scan of the current target.
     Q_INVOKABLE void scanAgain();
+    /// Stops the running scan or catch-up at once; the window is left ready with what it has.
+    Q_INVOKABLE void stopScan();
     /// Switches to a target chosen in the toolbar and scans it from scratch.
     void scanTarget(const ScanTarget& target);
     Q_INVOKABLE void showStartupDisk() { load(ScanTarget::startupDisk(), false); }

@@ -30,9 +30,14 @@ QVariantMap AppModel::progressMap() const {
 
 QVariantList AppModel::breadcrumbItems() const {
     QVariantList out;
+    const auto& tree = view_.tree();
     for (const auto node : breadcrumbs())
-        out.append(QVariantMap{{QStringLiteral("node"), static_cast<int>(node)},
-                               {QStringLiteral("name"), label(Kind::node(node))}});
+        out.append(QVariantMap{
+            {QStringLiteral("node"), static_cast<int>(node)},
+            {QStringLiteral("name"), label(Kind::node(node))},
+            {QStringLiteral("path"), tree ? QString::fromStdString(tree->path(node)) : QString()},
+            {QStringLiteral("size"),
+             QString::fromStdString(brantle::formatBytes(size(Kind::node(node))))}});
     return out;
 }
 
@@ -42,11 +47,12 @@ QVariantList AppModel::itemRows() const {
     if (!tree) return out;
     const auto total = static_cast<double>(tree->size(view_.focus()));
     for (const auto node : listItems()) {
-        if (out.size() >= maxListRows) break;
         const auto bytes = tree->size(node);
         out.append(QVariantMap{
             {QStringLiteral("node"), static_cast<int>(node)},
             {QStringLiteral("name"), QString::fromStdString(tree->name(node))},
+            {QStringLiteral("path"), QString::fromStdString(tree->path(node))},
+            {QStringLiteral("bytes"), static_cast<double>(bytes)},
             {QStringLiteral("size"), QString::fromStdString(brantle::formatBytes(bytes))},
             {QStringLiteral("share"), total > 0 ? static_cast<double>(bytes) / total : 0.0},
             {QStringLiteral("folder"), tree->flags(node).contains(brantle::NodeFlags::directory)}});

@@ -57,6 +57,11 @@ void ScanSession::cancel() {
     if (scanner_) scanner_->cancel();
 }
 
+void ScanSession::stop() {
+    cancel();
+    ++session_; // what the stopped session still has queued is dropped
+}
+
 void ScanSession::waitForDone() {
     windowPool_.waitForDone(); // first: a decode hands its catch-up to the other pool
     backgroundPool_.waitForDone();

@@ -38,6 +38,8 @@ public:
     void fullScan(const ScanTarget& target, std::int64_t expectedCount);
     /// Stops the running scan; nothing of it arrives any more.
     void cancel();
+    /// Cancels the running work and drops whatever it would still report.
+    void stop();
     /// Runs `work` below the window's priority, beside the scans.
     void runInBackground(std::function<void()> work);
     /// Waits for every background task; for tests and shutdown.

@@ -39,7 +39,7 @@ double rounded(double value, int decimals) {
 } // namespace
 
 std::string formatBytes(std::uint64_t bytes) {
-    if (bytes == 0) return "Zero KB";
+    if (bytes == 0) return "0 bytes";
     if (bytes == 1) return "1 byte";
     if (bytes < 1000) return std::to_string(bytes) + " bytes";
     double value = static_cast<double>(bytes) / 1000;

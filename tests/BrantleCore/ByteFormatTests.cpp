@@ -7,7 +7,7 @@
 using brantle::formatBytes;
 
 TEST(ByteFormat, DecimalUnitsLikeTheDesktop) {
-    EXPECT_EQ(formatBytes(0), "Zero KB");
+    EXPECT_EQ(formatBytes(0), "0 bytes");
     EXPECT_EQ(formatBytes(1), "1 byte");
     EXPECT_EQ(formatBytes(999), "999 bytes");
     EXPECT_EQ(formatBytes(1000), "1 KB");

@@ -14,17 +14,32 @@ ApplicationWindow {
 
     width: 1100
     height: 720
+    // Below this the toolbar's buttons, the list's columns and the storage line would clip.
+    minimumWidth: 900
+    minimumHeight: 560
     visible: true
     title: "Ambrel"
     color: Theme.window
+    // The keyboard belongs to the window from the start, even where no window manager gives it.
+    Component.onCompleted: requestActivate()
 
     Shortcut {
         sequence: "Ctrl+R"
         onActivated: window.appModel.scanAgain()
     }
     Shortcut {
-        sequence: "Ctrl+["
+        sequences: ["Ctrl+[", "Backspace"]
         onActivated: window.appModel.goUp()
+    }
+    Shortcut {
+        sequence: "Escape"
+        enabled: window.appModel.phase === AppModel.Phase.Scanning
+            || window.appModel.phase === AppModel.Phase.Updating
+        onActivated: window.appModel.stopScan()
+    }
+
+    ItemMenu {
+        id: itemMenu
     }
 
     Component {
@@ -58,9 +73,15 @@ ApplicationWindow {
             elide: Text.ElideRight
         }
 
-        Breadcrumbs {
-            appModel: window.appModel
+        RowLayout {
             Layout.fillWidth: true
+            PaneSwitcher {
+                appModel: window.appModel
+            }
+            Breadcrumbs {
+                appModel: window.appModel
+                Layout.fillWidth: true
+            }
         }
 
         RowLayout {
@@ -69,7 +90,10 @@ ApplicationWindow {
             spacing: 12
 
             RingView {
+                id: ringView
                 appModel: window.appModel
+                onMenuRequested: path => itemMenu.openFor(path)
+                onHoveredNodeChanged: itemList.hoveredNode = ringView.hoveredNode
                 reduceMotion: window.reduceMotion
                 Layout.fillWidth: true
                 Layout.fillHeight: true
@@ -77,7 +101,10 @@ ApplicationWindow {
             }
 
             ItemList {
+                id: itemList
                 appModel: window.appModel
+                onMenuRequested: path => itemMenu.openFor(path)
+                onHoveredNodeChanged: ringView.ring.showNode(itemList.hoveredNode)
                 Layout.fillWidth: true
                 Layout.fillHeight: true
                 Layout.preferredWidth: 2

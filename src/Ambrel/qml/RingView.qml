@@ -2,13 +2,19 @@ import QtQuick
 import QtQuick.Controls
 import Ambrel
 
-// The ring with what surrounds it: the scan's count in the centre, the hovered slice's
-// caption below.
+// The ring with what surrounds it: the focused folder (or the scan's count) in the centre,
+// the hovered slice's caption beside the pointer.
 Item {
     id: view
 
     required property AppModel appModel
     required property bool reduceMotion
+    readonly property alias ring: ring
+    readonly property int hoveredNode: ring.hoveredNode
+    readonly property var focusCrumb: appModel.breadcrumbItems.length > 0
+        ? appModel.breadcrumbItems[appModel.breadcrumbItems.length - 1] : null
+
+    signal menuRequested(string path)
 
     RingItem {
         id: ring
@@ -19,25 +25,60 @@ Item {
         level: view.appModel.fullness
         dark: Theme.dark
         reduceMotion: view.reduceMotion
+        Accessible.role: Accessible.List
+        Accessible.name: "Ring"
         onFolderClicked: node => view.appModel.focusOn(node)
         onCenterClicked: view.appModel.goUp()
+        onMenuRequested: index => view.menuRequested(ring.slicePath(index))
+    }
+    Rectangle {
+        anchors.fill: ring
+        color: "transparent"
+        border.color: Theme.accent
+        border.width: 1
+        visible: ring.activeFocus
+        radius: 4
+    }
+    HoverHandler {
+        id: pointer
     }
     Label {
         readonly property var progress: view.appModel.progress
+        readonly property bool working: view.appModel.phase === AppModel.Phase.Scanning
+            || view.appModel.phase === AppModel.Phase.Updating
 
+        objectName: "centreText"
         anchors.centerIn: parent
-        visible: view.appModel.phase === AppModel.Phase.Scanning || view.appModel.phase === AppModel.Phase.Updating
+        width: Math.min(view.width, view.height) * 0.26
+        visible: working || view.focusCrumb !== null
         horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.Wrap
+        elide: Text.ElideMiddle
+        maximumLineCount: 4
         color: Theme.text
         text: view.appModel.phase === AppModel.Phase.Updating ? "Updating…"
-            : progress.filesText === undefined ? "Scanning…"
-            : progress.filesText + " items\n" + progress.bytesText
+            : view.appModel.phase === AppModel.Phase.Scanning
+                ? (progress.filesText === undefined ? "Scanning…" : progress.filesText + " items\n" + progress.bytesText)
+            : view.focusCrumb === null ? ""
+            : view.focusCrumb.name + "\n" + view.focusCrumb.size + "\n" + view.appModel.items.length
+                + (view.appModel.items.length === 1 ? " item" : " items")
     }
-    Label {
-        anchors.horizontalCenter: parent.horizontalCenter
-        anchors.bottom: parent.bottom
+    Rectangle {
+        objectName: "hoverCaption"
+        readonly property bool byPointer: pointer.hovered && !ring.activeFocus
         visible: ring.hoveredIndex >= 0
-        color: Theme.text
-        text: ring.hoveredText
+        x: Math.min(view.width - width, (byPointer ? pointer.point.position.x : view.width / 2) + 14)
+        y: Math.min(view.height - height, (byPointer ? pointer.point.position.y : view.height - height) + (byPointer ? 14 : 0))
+        width: caption.implicitWidth + 12
+        height: caption.implicitHeight + 8
+        radius: 4
+        color: Theme.window
+        border.color: Theme.row
+        Label {
+            id: caption
+            anchors.centerIn: parent
+            color: Theme.text
+            text: ring.hoveredIndex >= 0 ? ring.sliceDetails(ring.hoveredIndex) : ""
+        }
     }
 }

@@ -20,13 +20,13 @@ ColumnLayout {
 
         Rectangle { width: bar.width * (bar.storage.used || 0); height: 10; color: Theme.accent }
         Rectangle { width: bar.width * (bar.storage.hidden || 0); height: 10; color: Theme.hiddenSpace }
-        Rectangle { width: bar.width * (bar.storage.purgeable || 0); height: 10; color: Theme.purgeableSpace }
+        Rectangle { width: bar.width * (bar.storage.purgeable || 0); height: 10; color: Theme.purgeableSpace; visible: width > 0 }
         Rectangle { width: bar.width * (bar.storage.free || 0); height: 10; color: Theme.row }
     }
     Label {
         color: Theme.secondaryText
         text: "Used " + bar.storage.usedText + "   ·   Hidden & system " + bar.storage.hiddenText
-            + "   ·   Purgeable " + bar.storage.purgeableText + "   ·   Free " + bar.storage.freeText
+            + (bar.storage.purgeable > 0 ? "   ·   Purgeable " + bar.storage.purgeableText : "") + "   ·   Free " + bar.storage.freeText
             + " of " + bar.storage.totalText
     }
 }

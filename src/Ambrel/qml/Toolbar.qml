@@ -19,14 +19,15 @@ ToolBar {
         anchors.rightMargin: 8
 
         ToolButton {
+            // Never checkable: a click would replace the binding with a tick of its own.
             text: "Startup Disk"
-            checkable: true
-            checked: toolbar.appModel.targetKind === ScanTarget.StartupDisk
+            highlighted: toolbar.appModel.targetKind === ScanTarget.StartupDisk
             onClicked: toolbar.appModel.showStartupDisk()
         }
         ToolButton {
             objectName: "startupDiskMenu"
             text: "▾"
+            Accessible.name: "More ways to scan the startup disk"
             onClicked: startupDiskMenu.open()
             ToolTip.visible: hovered
             ToolTip.text: "More ways to scan the startup disk"
@@ -41,8 +42,7 @@ ToolBar {
         }
         ToolButton {
             text: "Home"
-            checkable: true
-            checked: toolbar.appModel.targetKind === ScanTarget.Home
+            highlighted: toolbar.appModel.targetKind === ScanTarget.Home
             onClicked: toolbar.appModel.showHome()
         }
         ToolButton {
@@ -57,6 +57,16 @@ ToolBar {
         }
         Item {
             Layout.fillWidth: true
+        }
+        ToolButton {
+            objectName: "stop"
+            text: "Stop"
+            visible: toolbar.appModel.phase === AppModel.Phase.Scanning
+                || toolbar.appModel.phase === AppModel.Phase.Updating
+            onClicked: toolbar.appModel.stopScan()
+            Accessible.onPressAction: toolbar.appModel.stopScan()
+            ToolTip.visible: hovered
+            ToolTip.text: "Stop (Esc)"
         }
         ToolButton {
             text: "Go up one level"

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QObject>
+#include <QtQml/qqml.h>
+
+namespace ambrel {
+
+/// What the menus of rows and slices do outside the window: the clipboard and the file manager.
+class DesktopActions : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    using QObject::QObject;
+
+    /// Puts `path` on the clipboard as text.
+    Q_INVOKABLE static void copyPath(const QString& path);
+    /// Shows `path` selected in the file manager; without one on the session bus, opens the
+    /// folder that holds it.
+    Q_INVOKABLE static void showInFiles(const QString& path);
+};
+
+} // namespace ambrel

@@ -1,0 +1,216 @@
+#!/usr/bin/python3
+"""Drives the window the way an assistive client does: over AT-SPI, by names and roles.
+
+Run inside a private session bus and an X server:
+    xvfb-run -a dbus-run-session -- window_accessibility.py AMBREL [SCREENSHOT_DIR]
+The bus must start inside the X server's environment: the registry synthesises the keys.
+"""
+import os
+import subprocess
+import sys
+import tempfile
+import time
+
+import pyatspi
+
+AMBREL = sys.argv[1]
+SHOTS = sys.argv[2] if len(sys.argv) > 2 else None
+failures = []
+
+
+def check(condition, what):
+    print(("ok   " if condition else "FAIL ") + what, flush=True)
+    if not condition:
+        failures.append(what)
+
+
+def wait_for(probe, seconds=20.0):
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        value = probe()
+        if value:
+            return value
+        time.sleep(0.1)
+    return probe()
+
+
+def find(root, name, role):
+    def matches(node):
+        try:
+            return node.getRole() == role and node.name == name and \
+                not node.getState().contains(pyatspi.STATE_DEFUNCT)
+        except Exception:
+            return False
+    try:
+        return pyatspi.findDescendant(root, matches)
+    except Exception:
+        return None
+
+
+def focused(node):
+    try:
+        return node.getState().contains(pyatspi.STATE_FOCUSED)
+    except Exception:
+        return False
+
+
+def act(node, name):
+    action = node.queryAction()
+    for i in range(action.nActions):
+        if action.getName(i) == name:
+            return action.doAction(i)
+    raise AssertionError(f"{node.name} offers no {name!r}: "
+                         + ", ".join(action.getName(i) for i in range(action.nActions)))
+
+
+def key(name):
+    # Sent as X key presses, so they reach whatever has the keyboard focus.
+    keysym = {"Tab": 0xff09, "Right": 0xff53, "Down": 0xff54, "Return": 0xff0d,
+              "Escape": 0xff1b, "Menu": 0xff67, "BackSpace": 0xff08}[name]
+    pyatspi.Registry.generateKeyboardEvent(keysym, None, pyatspi.KEY_SYM)
+    time.sleep(0.25)
+
+
+def screenshot(name):
+    if SHOTS:
+        os.makedirs(SHOTS, exist_ok=True)
+        subprocess.run(["import", "-window", "root", os.path.join(SHOTS, name)], check=False)
+
+
+def application():
+    desktop = pyatspi.Registry.getDesktop(0)
+    for app in desktop:
+        if app is not None and app.name in ("ambrel", "Ambrel"):
+            return app
+    return None
+
+
+def launch(home, target):
+    env = dict(os.environ, HOME=home, XDG_CONFIG_HOME=os.path.join(home, ".config"),
+               XDG_CACHE_HOME=os.path.join(home, ".cache"),
+               XDG_DATA_HOME=os.path.join(home, ".local/share"),
+               QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", QT_QPA_PLATFORM="xcb")
+    args = [AMBREL] + ([target] if target else [])
+    # The X server may still be coming up when the bus is; a window that cannot connect
+    # exits at once and is started again.
+    for _ in range(5):
+        process = subprocess.Popen(args, env=env)
+        try:
+            process.wait(1.5)
+        except subprocess.TimeoutExpired:
+            return process
+        time.sleep(1)
+    return subprocess.Popen(args, env=env)
+
+
+def make_tree(root):
+    os.makedirs(os.path.join(root, "big"))
+    with open(os.path.join(root, "big", "blob"), "wb") as f:
+        f.write(os.urandom(3_000_000))
+    with open(os.path.join(root, "small.txt"), "wb") as f:
+        f.write(os.urandom(40_000))
+
+
+def explore(home):
+    target = os.path.join(home, "target")
+    make_tree(target)
+    process = launch(home, target)
+    try:
+        app = wait_for(application)
+        check(app is not None, "the application is on the accessibility bus")
+        if app is None:
+            return
+        items = wait_for(lambda: find(app, "Items", pyatspi.ROLE_LIST))
+        row = wait_for(lambda: items and find(items, "small.txt", pyatspi.ROLE_LIST_ITEM))
+        check(row is not None, "the list shows the row \"small.txt\" as a list item")
+        for name in ("Home", "Startup Disk", "Choose Folder…", "Explorer", "Name", "Size"):
+            check(find(app, name, pyatspi.ROLE_PUSH_BUTTON) is not None, f"push button {name!r}")
+        check(find(app, "target", pyatspi.ROLE_PUSH_BUTTON) is not None, "breadcrumb \"target\"")
+        ring = find(app, "Ring", pyatspi.ROLE_LIST)
+        check(ring is not None, "the ring is a list")
+        check(ring is not None and find(ring, "big", pyatspi.ROLE_LIST_ITEM) is not None,
+              "the ring offers slice \"big\" as a list item")
+        screenshot("window-explorer.png")
+
+        # The keyboard walks to the ring, through its slices, and on to the list's rows.
+        # Without a window manager the keys go to the window under the pointer.
+        x, y = ring.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
+        pyatspi.Registry.generateMouseEvent(x + 5, y + 5, pyatspi.MOUSE_ABS)
+        time.sleep(0.3)
+        for _ in range(16):
+            if focused(ring):
+                break
+            key("Tab")
+            if os.environ.get("WINDOW_TEST_TRACE"):
+                hit = pyatspi.findDescendant(app, focused)
+                print("focus:", hit and (hit.name, hit.getRoleName()), flush=True)
+        check(focused(ring), "Tab reaches the ring")
+        key("Right")
+        if os.environ.get("WINDOW_TEST_TRACE"):
+            print("slices:", [(c.name, c.getState().getStates()) for c in ring], flush=True)
+        check(any(s.getState().contains(pyatspi.STATE_FOCUSED) for s in ring),
+              "an arrow puts the keyboard on a slice")
+        screenshot("window-ring-keyboard.png")
+        items = find(app, "Items", pyatspi.ROLE_LIST)
+        for _ in range(4):  # past the sort buttons
+            key("Tab")
+            if focused(items):
+                break
+        key("Down")
+        if os.environ.get("WINDOW_TEST_TRACE"):
+            print("list:", focused(items), [(r.name, focused(r)) for r in items], flush=True)
+        check(items is not None and any(focused(r) for r in items),
+              "Tab then an arrow put the keyboard on a row of the list")
+
+        # A row's menu by its standard action; "Copy Path" puts the path on the clipboard.
+        act(row, "ShowMenu")
+        copy = wait_for(lambda: find(app, "Copy Path", pyatspi.ROLE_MENU_ITEM), 5)
+        check(copy is not None, "the row's menu holds \"Copy Path\" as a menu item")
+        check(find(app, "Show in Files", pyatspi.ROLE_MENU_ITEM) is not None,
+              "the row's menu holds \"Show in Files\"")
+        screenshot("window-row-menu.png")
+        if copy is not None:
+            # Qt Quick's menu items offer only "SetFocus"; Return then triggers the focused one.
+            act(copy, "SetFocus")
+            time.sleep(0.2)
+            key("Return")
+            clip = wait_for(lambda: subprocess.run(
+                ["xclip", "-selection", "clipboard", "-o"], capture_output=True,
+                text=True).stdout, 5)
+            check(clip == os.path.join(target, "small.txt"),
+                  f"the clipboard holds the row's path (got {clip!r})")
+
+        # Enter on a folder slice opens it; Backspace goes back up.
+        big = find(ring, "big", pyatspi.ROLE_LIST_ITEM)
+        act(big, "Press")
+        check(wait_for(lambda: find(app, "blob", pyatspi.ROLE_LIST_ITEM), 5) is not None,
+              "pressing the slice \"big\" opens the folder")
+    finally:
+        process.terminate()
+        process.wait(10)
+
+
+def stop(home):
+    # A whole-disk scan from an empty cache runs long enough to be stopped.
+    process = launch(home, "/")
+    try:
+        app = wait_for(application)
+        button = wait_for(lambda: app and find(app, "Stop", pyatspi.ROLE_PUSH_BUTTON), 10)
+        check(button is not None, "a running scan shows \"Stop\"")
+        screenshot("window-scanning.png")
+        if button is not None:
+            act(button, "Press")
+            gone = wait_for(lambda: not button.getState().contains(pyatspi.STATE_VISIBLE), 3)
+            check(gone, "\"Stop\" ends the scan at once")
+            screenshot("window-stopped.png")
+    finally:
+        process.terminate()
+        process.wait(10)
+
+
+with tempfile.TemporaryDirectory() as home:
+    explore(home)
+with tempfile.TemporaryDirectory() as home:
+    stop(home)
+print(f"{len(failures)} failure(s)")
+sys.exit(1 if failures else 0)
