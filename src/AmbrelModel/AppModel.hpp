@@ -1,7 +1,9 @@
 #pragma once
 
 #include "AmbrelModel/AdministratorScan.hpp"
+#include "AmbrelModel/CleanupList.hpp"
 #include "AmbrelModel/Notice.hpp"
+#include "AmbrelModel/RemovalRun.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
 #include "AmbrelModel/ViewState.hpp"
@@ -50,6 +52,9 @@ class AppModel : public QObject {
     Q_PROPERTY(QVariantList items READ itemRows NOTIFY layoutIDChanged)
     Q_PROPERTY(QVariantMap storage READ storage NOTIFY volumeChanged)
     Q_PROPERTY(bool adminScan READ adminScan NOTIFY adminScanChanged)
+    Q_PROPERTY(QVariantList lowTide READ lowTideRows NOTIFY lowTideChanged)
+    Q_PROPERTY(double stagedBytes READ stagedBytesValue NOTIFY lowTideChanged)
+    Q_PROPERTY(QVariantMap trashResult READ trashResultMap NOTIFY removalFinished)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -117,6 +122,26 @@ public:
     /// Waits for every background task; for tests and shutdown.
     void waitForBackgroundWork();
 
+    /// Adds one item to the Cleanup List, or says in the notice why not.
+    void stage(const std::string& path, std::uint64_t bytes, const QString& name);
+    /// Adds a dropped item: the tree's node when it is one, else measured on disk.
+    Q_INVOKABLE void stage(const QString& path);
+    Q_INVOKABLE void toggleStaged(int node);
+    Q_INVOKABLE void unstage(const QString& id);
+    /// 0 none, 1 listed, 2 inside a listed item.
+    Q_INVOKABLE int stageState(int node) const;
+    Q_INVOKABLE bool isStaged(const QString& path) const {
+        return lowTide_.isStaged(path.toStdString());
+    }
+    /// Removal runs in the background; `removalFinished` brings `trashResult`.
+    Q_INVOKABLE void moveToTrash();
+    Q_INVOKABLE void deleteImmediately();
+    const CleanupList& cleanupList() const { return lowTide_; }
+    const std::optional<TrashResult>& lastTrashResult() const { return lastResult_; }
+    QVariantList lowTideRows() const;
+    double stagedBytesValue() const { return double(lowTide_.stagedBytes()); }
+    QVariantMap trashResultMap() const;
+
     std::vector<brantle::NodeId> breadcrumbs() const { return view_.breadcrumbs(); }
     std::vector<brantle::NodeId> listItems() const { return view_.listItems(); }
     std::uint64_t size(const Kind& kind) const { return view_.size(kind); }
@@ -177,8 +202,16 @@ signals:
     void shorelineChanged();
     void shorelineCheckedChanged();
     void adminScanChanged();
+    void lowTideChanged();
+    void removalFinished();
 
 private:
+    void stageNode(brantle::NodeId node);
+    void runRemoval(bool permanent);
+    void finishRemoval(const RemovalOutcome& outcome);
+    /// Takes removed items out of the list and the tree, keeps the focus on a live folder and
+    /// lays the ring out again.
+    void removeFromView(const std::vector<std::string>& paths);
     void fullScan(const ScanTarget& target);
     /// Drops the running administrator scan, whose results no longer count, and marks the
     /// tree as not an administrator scan.
@@ -218,6 +251,10 @@ private:
     std::weak_ptr<const brantle::FileTree> recordedTree_;
 
     ViewState view_;
+    CleanupList lowTide_{
+        [](const std::string& path) { return brantle::DeletionGuard::live().check(path); }};
+    std::optional<TrashResult> lastResult_;
+    brantle::TrashLedger::State trashLedger_;
     /// The focus's path when a full scan dropped the tree, so the rescan can keep it.
     std::optional<std::pair<ScanTarget, std::string>> droppedFocus_;
     ScanSession session_;
