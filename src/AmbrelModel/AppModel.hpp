@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace ambrel {
@@ -54,6 +55,8 @@ class AppModel : public QObject {
     Q_PROPERTY(bool adminScan READ adminScan NOTIFY adminScanChanged)
     Q_PROPERTY(QVariantList lowTide READ lowTideRows NOTIFY lowTideChanged)
     Q_PROPERTY(double stagedBytes READ stagedBytesValue NOTIFY lowTideChanged)
+    Q_PROPERTY(double erasingBytes READ erasingBytes NOTIFY erasingBytesChanged)
+    Q_PROPERTY(double trashBytes READ trashBytes NOTIFY trashBytesChanged)
     Q_PROPERTY(QVariantMap trashResult READ trashResultMap NOTIFY removalFinished)
 
 public:
@@ -141,6 +144,10 @@ public:
     QVariantList lowTideRows() const;
     double stagedBytesValue() const { return double(lowTide_.stagedBytes()); }
     QVariantMap trashResultMap() const;
+    double erasingBytes() const { return double(erasingBytes_); }
+    double trashBytes() const { return double(trashBytes_); }
+    /// Counts `bytes` as being erased until the eraser is idle, then refreshes the volumes.
+    void finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed);
 
     std::vector<brantle::NodeId> breadcrumbs() const { return view_.breadcrumbs(); }
     std::vector<brantle::NodeId> listItems() const { return view_.listItems(); }
@@ -204,6 +211,8 @@ signals:
     void adminScanChanged();
     void lowTideChanged();
     void removalFinished();
+    void erasingBytesChanged();
+    void trashBytesChanged();
 
 private:
     void stageNode(brantle::NodeId node);
@@ -255,6 +264,8 @@ private:
         [](const std::string& path) { return brantle::DeletionGuard::live().check(path); }};
     std::optional<TrashResult> lastResult_;
     brantle::TrashLedger::State trashLedger_;
+    std::uint64_t erasingBytes_ = 0;
+    std::uint64_t trashBytes_ = 0;
     /// The focus's path when a full scan dropped the tree, so the rescan can keep it.
     std::optional<std::pair<ScanTarget, std::string>> droppedFocus_;
     ScanSession session_;

@@ -86,6 +86,12 @@ void AppModel::finishRemoval(const RemovalOutcome& outcome) {
         trashLedger_ = brantle::TrashLedger::standard().record(outcome.ledgerEntries);
     removeFromView(outcome.result.removedPaths);
     lastResult_ = outcome.result;
+    if (outcome.result.permanent) {
+        finishErasing(outcome.result.movedBytes, {});
+    } else if (outcome.result.movedBytes > 0) {
+        trashBytes_ += outcome.result.movedBytes;
+        emit trashBytesChanged();
+    }
     emit removalFinished();
 }
 
@@ -111,6 +117,26 @@ void AppModel::removeFromView(const std::vector<std::string>& paths) {
     if (view_.focus() != focus) emit focusChanged();
     setVolumeFor(target_.rootPath());
     relayout();
+}
+
+void AppModel::finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed) {
+    requireMainThread();
+    if (bytes > 0) {
+        erasingBytes_ += bytes;
+        emit erasingBytesChanged();
+        trashLedger_ = brantle::TrashLedger::standard().addFreed(bytes, settlingTrashed);
+    }
+    session_.runInBackground([this] {
+        brantle::Eraser::standard().waitUntilIdle();
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                erasingBytes_ = 0;
+                emit erasingBytesChanged();
+                setVolumeFor(target_.rootPath());
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 QVariantList AppModel::lowTideRows() const {
