@@ -146,6 +146,11 @@ public:
     QVariantMap trashResultMap() const;
     double erasingBytes() const { return double(erasingBytes_); }
     double trashBytes() const { return double(trashBytes_); }
+    /// Re-reads what this application put in the Trash.
+    Q_INVOKABLE void refreshTrashLedger();
+    /// Deletes at once what this application moved to the Trash and is still there.
+    Q_INVOKABLE void deleteClearedTrashNow();
+    const brantle::TrashLedger::State& trashLedger() const { return trashLedger_; }
     /// Counts `bytes` as being erased until the eraser is idle, then refreshes the volumes.
     void finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed);
 

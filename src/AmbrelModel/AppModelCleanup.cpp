@@ -2,6 +2,7 @@
 #include "AmbrelModel/RemovalRun.hpp"
 
 #include "BrantleServices/ItemSize.hpp"
+#include "BrantleServices/Locations.hpp"
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -137,6 +138,35 @@ void AppModel::finishErasing(std::uint64_t bytes, const std::set<std::string>& s
             },
             Qt::QueuedConnection);
     });
+}
+
+void AppModel::refreshTrashLedger() {
+    requireMainThread();
+    const auto trash = brantle::Locations::trashDirectory();
+    const int folder = ::open(trash.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder >= 0) ::close(folder);
+    auto state = brantle::TrashLedger::standard().refresh(folder >= 0);
+    if (state != trashLedger_) trashLedger_ = std::move(state);
+}
+
+void AppModel::deleteClearedTrashNow() {
+    requireMainThread();
+    refreshTrashLedger();
+    const auto guard = brantle::DeletionGuard::live();
+    std::vector<brantle::GuardedRemoval> removals;
+    std::set<std::string> settled;
+    std::uint64_t bytes = 0;
+    for (const auto& entry : trashLedger_.entries) {
+        const auto verdict = guard.check(entry.trashed);
+        const auto* removal = verdict.removal();
+        if (!removal) continue;
+        removals.push_back(*removal);
+        settled.insert(entry.trashed);
+        bytes += entry.bytes;
+    }
+    if (removals.empty()) return;
+    (void)brantle::Eraser::standard().erase(removals);
+    finishErasing(bytes, settled);
 }
 
 QVariantList AppModel::lowTideRows() const {

@@ -151,4 +151,13 @@ TEST(CleanupList, ModelTakesMovedItemOutOfTheTree) {
     EXPECT_EQ(model.tree()->path(model.focus()), root / "big");
     EXPECT_TRUE(model.cleanupList().items().empty());
     EXPECT_FALSE(std::filesystem::exists(root / "big/inner"));
+
+    model.refreshTrashLedger();
+    ASSERT_EQ(model.trashLedger().entries.size(), 1u);
+    const auto trashed = model.trashLedger().entries[0].trashed;
+    EXPECT_TRUE(std::filesystem::exists(trashed));
+    model.deleteClearedTrashNow();
+    ASSERT_TRUE(settle(model, [&] { return model.erasingBytes() == 0; }));
+    EXPECT_FALSE(std::filesystem::exists(trashed));
+    EXPECT_TRUE(model.trashLedger().entries.empty());
 }
