@@ -1,7 +1,9 @@
 #pragma once
 
 #include "AmbrelModel/AdministratorScan.hpp"
+#include "AmbrelModel/CleanupList.hpp"
 #include "AmbrelModel/Notice.hpp"
+#include "AmbrelModel/RemovalRun.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
 #include "AmbrelModel/SpaceWatch.hpp"
@@ -22,6 +24,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace ambrel {
@@ -53,6 +56,11 @@ class AppModel : public QObject {
     Q_PROPERTY(bool adminScan READ adminScan NOTIFY adminScanChanged)
     Q_PROPERTY(bool showMenuBar READ showMenuBar WRITE setShowMenuBar NOTIFY showMenuBarChanged)
     Q_PROPERTY(bool openAtLogin READ openAtLogin WRITE setOpenAtLogin NOTIFY openAtLoginChanged)
+    Q_PROPERTY(QVariantList lowTide READ lowTideRows NOTIFY lowTideChanged)
+    Q_PROPERTY(double stagedBytes READ stagedBytesValue NOTIFY lowTideChanged)
+    Q_PROPERTY(double erasingBytes READ erasingBytes NOTIFY erasingBytesChanged)
+    Q_PROPERTY(double trashBytes READ trashBytes NOTIFY trashBytesChanged)
+    Q_PROPERTY(QVariantMap trashResult READ trashResultMap NOTIFY removalFinished)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -131,6 +139,35 @@ public:
     /// Waits for every background task; for tests and shutdown.
     void waitForBackgroundWork();
 
+    /// Adds one item to the Cleanup List, or says in the notice why not.
+    void stage(const std::string& path, std::uint64_t bytes, const QString& name);
+    /// Adds a dropped item: the tree's node when it is one, else measured on disk.
+    Q_INVOKABLE void stage(const QString& path);
+    Q_INVOKABLE void toggleStaged(int node);
+    Q_INVOKABLE void unstage(const QString& id);
+    /// 0 none, 1 listed, 2 inside a listed item.
+    Q_INVOKABLE int stageState(int node) const;
+    Q_INVOKABLE bool isStaged(const QString& path) const {
+        return lowTide_.isStaged(path.toStdString());
+    }
+    /// Removal runs in the background; `removalFinished` brings `trashResult`.
+    Q_INVOKABLE void moveToTrash();
+    Q_INVOKABLE void deleteImmediately();
+    const CleanupList& cleanupList() const { return lowTide_; }
+    const std::optional<TrashResult>& lastTrashResult() const { return lastResult_; }
+    QVariantList lowTideRows() const;
+    double stagedBytesValue() const { return double(lowTide_.stagedBytes()); }
+    QVariantMap trashResultMap() const;
+    double erasingBytes() const { return double(erasingBytes_); }
+    double trashBytes() const { return double(trashBytes_); }
+    /// Re-reads what this application put in the Trash.
+    Q_INVOKABLE void refreshTrashLedger();
+    /// Deletes at once what this application moved to the Trash and is still there.
+    Q_INVOKABLE void deleteClearedTrashNow();
+    const brantle::TrashLedger::State& trashLedger() const { return trashLedger_; }
+    /// Counts `bytes` as being erased until the eraser is idle, then refreshes the volumes.
+    void finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed);
+
     std::vector<brantle::NodeId> breadcrumbs() const { return view_.breadcrumbs(); }
     std::vector<brantle::NodeId> listItems() const { return view_.listItems(); }
     std::uint64_t size(const Kind& kind) const { return view_.size(kind); }
@@ -196,9 +233,19 @@ signals:
     /// Something asks for the main window to be shown and raised.
     void windowRequested();
 
+    void lowTideChanged();
+    void removalFinished();
+    void erasingBytesChanged();
+    void trashBytesChanged();
+
 private:
     friend class SpaceWatch; // keeps the startup volume and the history fresh
-
+    void stageNode(brantle::NodeId node);
+    void runRemoval(bool permanent);
+    void finishRemoval(const RemovalOutcome& outcome);
+    /// Takes removed items out of the list and the tree, keeps the focus on a live folder and
+    /// lays the ring out again.
+    void removeFromView(const std::vector<std::string>& paths);
     void fullScan(const ScanTarget& target);
     /// Drops the running administrator scan, whose results no longer count, and marks the
     /// tree as not an administrator scan.
@@ -238,6 +285,12 @@ private:
     std::weak_ptr<const brantle::FileTree> recordedTree_;
 
     ViewState view_;
+    CleanupList lowTide_{
+        [](const std::string& path) { return brantle::DeletionGuard::live().check(path); }};
+    std::optional<TrashResult> lastResult_;
+    brantle::TrashLedger::State trashLedger_;
+    std::uint64_t erasingBytes_ = 0;
+    std::uint64_t trashBytes_ = 0;
     /// The focus's path when a full scan dropped the tree, so the rescan can keep it.
     std::optional<std::pair<ScanTarget, std::string>> droppedFocus_;
     ScanSession session_;

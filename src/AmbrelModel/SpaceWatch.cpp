@@ -125,9 +125,7 @@ void SpaceWatch::refreshStartupVolume() {
 }
 
 void SpaceWatch::refreshTrashLedger() {
-    const auto trash = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
-                       QStringLiteral("/Trash");
-    brantle::TrashLedger::standard().refresh(QDir(trash).isReadable());
+    model_.refreshTrashLedger();
 }
 
 void SpaceWatch::round() {
