@@ -7,11 +7,8 @@
 #include "BrantleServices/Locations.hpp"
 #include "BrantleServices/TideAlerts.hpp"
 #include "BrantleServices/TideHistory.hpp"
-#include "BrantleServices/TrashLedger.hpp"
 
 #include <QDateTime>
-#include <QDir>
-#include <QStandardPaths>
 
 #include <fcntl.h>
 #include <unistd.h>

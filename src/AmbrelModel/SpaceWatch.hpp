@@ -65,7 +65,7 @@ private:
     void watchMounts();
     /// Reconciles the trash ledger with the Trash; whether the Trash can be opened decides
     /// what gone entries mean.
-    static void refreshTrashLedger();
+    void refreshTrashLedger();
 
     AppModel& model_;
     QPointer<DesktopNotifications> notifications_;
