@@ -179,7 +179,7 @@ INSTANTIATE_TEST_SUITE_P(
                               {"~/Videos/Raw"}},
                       Posting{"ShrinkOutsideHome",
                               {TideAlert::bigGrowth({"/srv/data", -6'000'000'000})},
-                              {"data grew by Zero KB today"},
+                              {"data grew by 0 bytes today"},
                               {"/srv/data"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
