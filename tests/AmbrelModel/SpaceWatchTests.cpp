@@ -338,14 +338,15 @@ TEST(SpaceWatchVolume, ANearlyFullWatchedVolumeIsNotifiedOnce) {
                        QString::fromStdString(mountPoint.path()));
     inner.setProcessEnvironment(environment);
     inner.setProcessChannelMode(QProcess::MergedChannels);
-    inner.start(QStringLiteral("unshare"),
-                QStringList{QStringLiteral("--mount"), QStringLiteral("--propagation"),
-                 QStringLiteral("private"), QStringLiteral("sh"), QStringLiteral("-c"),
-                 QStringLiteral("mount -t tmpfs -o size=30g none \"$0\" && exec \"$1\" "
-                                "--gtest_also_run_disabled_tests "
-                                "--gtest_filter=SpaceWatchVolume.DISABLED_InsideTheNamespace"),
-                 QString::fromStdString(mountPoint.path()),
-                 QCoreApplication::applicationFilePath()});
+    inner.start(
+        QStringLiteral("unshare"),
+        QStringList{QStringLiteral("--mount"), QStringLiteral("--propagation"),
+                    QStringLiteral("private"), QStringLiteral("sh"), QStringLiteral("-c"),
+                    QStringLiteral("mount -t tmpfs -o size=30g none \"$0\" && exec \"$1\" "
+                                   "--gtest_also_run_disabled_tests "
+                                   "--gtest_filter=SpaceWatchVolume.DISABLED_InsideTheNamespace"),
+                    QString::fromStdString(mountPoint.path()),
+                    QCoreApplication::applicationFilePath()});
     if (!inner.waitForStarted()) GTEST_SKIP() << "unshare is not installed";
     ASSERT_TRUE(inner.waitForFinished(120'000));
     const auto output = QString::fromUtf8(inner.readAll());
