@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -142,7 +143,8 @@ ColumnLayout {
             MouseArea {
                 anchors.fill: parent
                 hoverEnabled: true
-                acceptedButtons: Qt.LeftButton | Qt.RightButton
+                // Qt 6.4's type descriptions lack Qt::MouseButtons, so the linter cannot check this.
+                acceptedButtons: Qt.LeftButton | Qt.RightButton // qmllint disable
                 onContainsMouseChanged: list.hoveredNode = containsMouse ? row.modelData.node : -1
                 onClicked: mouse => {
                     rows.currentIndex = row.index

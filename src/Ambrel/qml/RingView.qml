@@ -67,8 +67,9 @@ Item {
         objectName: "hoverCaption"
         readonly property bool byPointer: pointer.hovered && !ring.activeFocus
         visible: ring.hoveredIndex >= 0
-        x: Math.min(view.width - width, (byPointer ? pointer.point.position.x : view.width / 2) + 14)
-        y: Math.min(view.height - height, (byPointer ? pointer.point.position.y : view.height - height) + (byPointer ? 14 : 0))
+        // Qt 6.4's type descriptions lack QPointF, so the linter cannot check the pointer's position.
+        x: Math.min(view.width - width, (byPointer ? pointer.point.position.x : view.width / 2) + 14) // qmllint disable
+        y: Math.min(view.height - height, (byPointer ? pointer.point.position.y : view.height - height) + (byPointer ? 14 : 0)) // qmllint disable
         width: caption.implicitWidth + 12
         height: caption.implicitHeight + 8
         radius: 4
