@@ -32,7 +32,7 @@ void AdministratorScan::post(std::function<void()> call) {
     QMetaObject::invokeMethod(this, std::move(call), Qt::QueuedConnection);
 }
 
-void AdministratorScan::run(std::string rootPath) {
+void AdministratorScan::run(const std::string& rootPath) {
     AdminHelper helper(launch_);
     const auto readiness = helper.prepare();
     if (readiness.state != AdminHelper::Readiness::State::ready) {

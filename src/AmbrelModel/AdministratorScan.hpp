@@ -39,7 +39,7 @@ signals:
     void stopped(const QString& description);
 
 private:
-    void run(std::string rootPath);
+    void run(const std::string& rootPath);
     /// Runs `call` on the object's thread.
     void post(std::function<void()> call);
 

@@ -43,7 +43,7 @@ void AppModel::waitForBackgroundWork() {
 
 // MARK: sessions
 
-void AppModel::start(std::optional<ScanTarget> target) {
+void AppModel::start(const std::optional<ScanTarget>& target) {
     requireMainThread();
     if (phase_ != Phase::Idle) return;
     brantle::Eraser::standard().resumePending();

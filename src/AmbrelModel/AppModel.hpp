@@ -77,7 +77,7 @@ public:
     /// Called once at launch: resumes the deletions an earlier run left pending, then loads
     /// the snapshot of `target` (by default the target shown when the program last ran),
     /// else scans it.
-    void start(std::optional<ScanTarget> target = std::nullopt);
+    void start(const std::optional<ScanTarget>& target = std::nullopt);
     /// Shows `target` from its stored snapshot brought up to date, else (unless `quiet`)
     /// scans it afresh. A quiet load leaves the phase and the tree as they are on failure.
     void load(const ScanTarget& target, bool quiet);

@@ -114,7 +114,7 @@ void ScanSession::load(const ScanTarget& target, bool quiet) {
 
 void ScanSession::catchUp(const ScanTarget& target, bool quiet, int session,
                           brantle::DiskScanner& scanner, brantle::Snapshot::Contents loaded,
-                          std::shared_ptr<const brantle::FileTree> shown) {
+                          const std::shared_ptr<const brantle::FileTree>& shown) {
     auto caughtUp = brantle::catchUpChanges(scanner, std::move(loaded), catchUpTimeout);
     if (!caughtUp) {
         if (!quiet) whenCurrent(session, [this, target] { emit scanNeeded(target); });

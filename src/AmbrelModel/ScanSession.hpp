@@ -59,7 +59,7 @@ private:
     /// Brings a loaded snapshot up to date; runs in the background.
     void catchUp(const ScanTarget& target, bool quiet, int session, brantle::DiskScanner& scanner,
                  brantle::Snapshot::Contents loaded,
-                 std::shared_ptr<const brantle::FileTree> shown);
+                 const std::shared_ptr<const brantle::FileTree>& shown);
 
     std::shared_ptr<brantle::DiskScanner> scanner_;
     int session_ = 0;

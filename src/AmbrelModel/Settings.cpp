@@ -60,7 +60,7 @@ QString lastAlertKey(std::string_view kind) {
 } // namespace
 
 std::optional<QDateTime> lastAlert(std::string_view kind) {
-    const auto stored = store().value(lastAlertKey(kind)).toDateTime();
+    auto stored = store().value(lastAlertKey(kind)).toDateTime();
     if (!stored.isValid()) return std::nullopt;
     return stored;
 }

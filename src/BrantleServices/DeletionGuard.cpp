@@ -24,18 +24,18 @@ std::vector<std::string> homesOf(const std::string& home) {
 
 DeletionGuard::DeletionGuard(std::string_view home, std::string_view appBundle,
                              RunningAppPredicate isRunningApp,
-                             std::shared_ptr<const PlatformProfile> profile)
+                             const std::shared_ptr<const PlatformProfile>& profile)
     : home_(PathText::standardised(home)), appBundle_(PathText::standardised(appBundle)),
       isRunningApp_(std::move(isRunningApp)),
       rules_(std::make_shared<const GuardRules>(*profile, homesOf(home_), appBundle_,
                                                 isRunningApp_)) {}
 
-DeletionGuard DeletionGuard::live(std::shared_ptr<const PlatformProfile> profile) {
+DeletionGuard DeletionGuard::live(const std::shared_ptr<const PlatformProfile>& profile) {
     auto running =
         std::make_shared<const std::set<std::string>>(LinuxSystem::runningApplications());
     return DeletionGuard(
         Locations::homeDirectory(), LinuxSystem::applicationPath(),
-        [running](const std::string& path) { return running->contains(path); }, std::move(profile));
+        [running](const std::string& path) { return running->contains(path); }, profile);
 }
 
 GuardVerdict DeletionGuard::check(std::string_view path) const {

@@ -22,14 +22,14 @@ public:
     using RunningAppPredicate = GuardRules::RunningAppPredicate;
 
     /// A guard for the given home folder and application path (both standardised here).
-    DeletionGuard(std::string_view home, std::string_view appBundle,
-                  RunningAppPredicate isRunningApp,
-                  std::shared_ptr<const PlatformProfile> profile = PlatformProfile::current());
+    DeletionGuard(
+        std::string_view home, std::string_view appBundle, RunningAppPredicate isRunningApp,
+        const std::shared_ptr<const PlatformProfile>& profile = PlatformProfile::current());
 
     /// The guard of the running application: this user's home, this program and the
     /// applications running now (taken once, so make a fresh guard for each review).
     static DeletionGuard
-    live(std::shared_ptr<const PlatformProfile> profile = PlatformProfile::current());
+    live(const std::shared_ptr<const PlatformProfile>& profile = PlatformProfile::current());
 
     /// The verdict on a path; relative paths are blocked, never resolved.
     GuardVerdict check(std::string_view path) const;

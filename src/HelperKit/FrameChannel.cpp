@@ -41,11 +41,11 @@ bool FrameChannel::send(const Message& message) {
 }
 
 std::expected<Message, std::string> FrameChannel::receive(int stop) {
-    std::array<std::uint8_t, 64 * 1024> chunk;
+    std::array<std::uint8_t, std::size_t{64} * 1024> chunk;
     for (;;) {
         auto next = decoder_.next();
         if (!next) return std::unexpected(describe(next.error()));
-        if (*next) return std::move(**next);
+        if (auto& message = *next; message.has_value()) return std::move(*message);
         if (!waitForInput(input_, stop)) return std::unexpected("the connection was closed");
         const ssize_t n = ::read(input_, chunk.data(), chunk.size());
         if (n < 0 && errno == EINTR) continue;

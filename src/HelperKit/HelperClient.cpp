@@ -60,6 +60,7 @@ HelperClient::start(const std::vector<std::string>& command) {
     posix_spawn_file_actions_adddup2(&actions, toHelper[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, fromHelper[1], STDOUT_FILENO);
     std::vector<char*> argv;
+    argv.reserve(command.size() + 1);
     for (const std::string& word : command)
         argv.push_back(const_cast<char*>(word.c_str()));
     argv.push_back(nullptr);
@@ -116,7 +117,7 @@ std::expected<Message, HelperError> HelperClient::call(Message request) {
         replies_.erase(found);
         return reply;
     }
-    return std::unexpected(HelperError::connection(*disconnected_));
+    return std::unexpected(HelperError::connection(disconnected_.value_or("")));
 }
 
 std::expected<std::string, HelperError> HelperClient::version() {

@@ -92,7 +92,7 @@ void ScanService::cancel() {
     if (scanner_) scanner_->cancel();
 }
 
-void ScanService::runScan(CallID call, std::string path,
+void ScanService::runScan(CallID call, const std::string& path,
                           std::shared_ptr<brantle::DiskScanner> scanner) {
     // Read before scanning, so that changes made while the scan runs are caught up later.
     const auto eventID = brantle::ChangeHistory::currentEventID();

@@ -35,7 +35,8 @@ public:
 
 private:
     void handle(const Message& message);
-    void runScan(CallID call, std::string path, std::shared_ptr<brantle::DiskScanner> scanner);
+    void runScan(CallID call, const std::string& path,
+                 std::shared_ptr<brantle::DiskScanner> scanner);
     /// Sends the blob in blocks of the batch size; the number sent, or no value when the
     /// connection broke.
     std::optional<std::uint64_t> sendBatches(const std::vector<std::uint8_t>& blob);
