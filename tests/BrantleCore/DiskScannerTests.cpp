@@ -320,10 +320,7 @@ TEST(DiskScanner, CancelReturnsPropagatedPartialTreeAndScannerIsReusable) {
 TEST(DiskScanner, AgreesWithDuOnGeneratedTree) {
     TempFolder work;
     const std::string corpus = work / "corpus";
-    int status = -1;
-    commandOutput("python3 " AMBREL_MAKE_TREE " --entries 3000 '" + corpus + "' >/dev/null 2>&1",
-                  &status);
-    ASSERT_EQ(status, 0) << "make-tree failed";
+    ASSERT_TRUE(makeCorpus(corpus, 3000)) << "make-tree failed";
 
     DiskScanner scanner(ScanOptions::forVolume(corpus), 2);
     const FileTree tree = scanner.scan(corpus);

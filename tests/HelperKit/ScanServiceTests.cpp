@@ -32,11 +32,7 @@ std::string directScanDump(const std::string& path) {
 TEST(ScanService, SendsTheDirectScanAsASnapshotInBatches) {
     TempFolder work;
     const std::string corpus = work / "corpus";
-    int status = -1;
-    commandOutput("python3 " AMBREL_MAKE_TREE " --entries 2000 '" + corpus +
-                      "' >/dev/null 2>&1 && find '" + corpus + "' -type f -links +1 -delete",
-                  &status);
-    ASSERT_EQ(status, 0) << "make-tree failed";
+    ASSERT_TRUE(makeCorpus(corpus, 2000, true)) << "make-tree failed";
     // Which name of a hard-linked file counts depends on the order the workers meet them.
 
     const auto client = startRealHelper({"--batch-size", "4096"});

@@ -22,10 +22,7 @@ TEST(AdministratorScanCommand, ReportsTheDirectScanAndItsBatches) {
     TempFolder work;
     const std::string corpus = work / "corpus";
     int status = -1;
-    commandOutput("python3 " AMBREL_MAKE_TREE " --entries 1500 '" + corpus +
-                      "' >/dev/null 2>&1 && find '" + corpus + "' -type f -links +1 -delete",
-                  &status);
-    ASSERT_EQ(status, 0) << "make-tree failed";
+    ASSERT_TRUE(makeCorpus(corpus, 1500, true)) << "make-tree failed";
     // Which name of a hard-linked file counts depends on the order the workers meet them.
     const std::string helper = " --as-administrator --helper " AMBREL_HELPER;
 

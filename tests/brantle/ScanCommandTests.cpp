@@ -11,9 +11,7 @@ TEST(ScanCommand, ReportsTheTreeAndRejectsBadArguments) {
     TempFolder work;
     const std::string corpus = work / "corpus";
     int status = -1;
-    commandOutput("python3 " AMBREL_MAKE_TREE " --entries 3000 '" + corpus + "' >/dev/null 2>&1",
-                  &status);
-    ASSERT_EQ(status, 0) << "make-tree failed";
+    ASSERT_TRUE(makeCorpus(corpus, 3000)) << "make-tree failed";
 
     const std::string json = brantleOutput("scan --workers 2 --json '" + corpus + "'", &status);
     EXPECT_EQ(status, 0);

@@ -24,3 +24,16 @@ inline std::string brantleOutput(const std::string& arguments, int* status = nul
     return commandOutput(std::string(AMBREL_BRANTLE) + " " + arguments, status);
 }
 #endif
+
+#ifdef AMBREL_MAKE_TREE
+// Generates the benchmark corpus of `entries` entries in `folder`. `withoutHardLinks` deletes
+// the multi-link files, whose counted name depends on the order the scanner's workers meet them.
+inline bool makeCorpus(const std::string& folder, int entries, bool withoutHardLinks = false) {
+    int status = -1;
+    std::string command = "python3 " AMBREL_MAKE_TREE " --entries " + std::to_string(entries) +
+                          " '" + folder + "' >/dev/null 2>&1";
+    if (withoutHardLinks) command += " && find '" + folder + "' -type f -links +1 -delete";
+    commandOutput(command, &status);
+    return status == 0;
+}
+#endif
