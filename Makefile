@@ -24,6 +24,8 @@ asan: deps
 	ctest --preset asan -j $(JOBS)
 
 # The threaded code (scanner, catch-up, eraser, the model's pool) under ThreadSanitizer.
+# The Space Watch tests are left out: QtDBus drives libdbus's locks through hooks that tsan
+# reads as unlocks on the wrong thread, so every test that talks over the bus is reported.
 tsan: deps
 	cmake --preset tsan
 	cmake --build --preset tsan -j $(JOBS)
