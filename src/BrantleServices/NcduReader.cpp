@@ -79,10 +79,14 @@ public:
     }
 
 private:
+    static constexpr double latestTimestamp = 1e12;
+
     void readHeader(od::object header) {
         for (auto field : header) {
-            if (field.unescaped_key().value() == "timestamp")
-                meta_.scannedAt = field.value().get_double();
+            if (field.unescaped_key().value() != "timestamp") continue;
+            // A time no clock can show is unknown, not a number to carry into every export.
+            const double seconds = field.value().get_double();
+            meta_.scannedAt = seconds >= 0 && seconds < latestTimestamp ? seconds : 0;
         }
     }
 

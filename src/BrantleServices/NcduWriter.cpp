@@ -24,7 +24,8 @@ public:
 
     std::string run(const SnapshotMeta& meta) {
         out_ += "[1,2,{\"progname\":\"brantle\",\"progver\":\"1\",\"timestamp\":";
-        number(meta.scannedAt > 0 ? static_cast<std::uint64_t>(meta.scannedAt) : 0);
+        const bool representable = meta.scannedAt > 0 && meta.scannedAt < 1e18;
+        number(representable ? static_cast<std::uint64_t>(meta.scannedAt) : 0);
         out_ += "},\n";
         writeFolder(FileTree::root);
         out_ += "]\n";
