@@ -5,7 +5,8 @@
 
 namespace ambrel {
 
-/// What the menus of rows and slices do outside the window: the clipboard and the file manager.
+/// What the menus of rows and slices do outside the window: the clipboard, the file manager,
+/// the default application and a terminal.
 class DesktopActions : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -19,6 +20,11 @@ public:
     /// Shows `path` selected in the file manager; without one on the session bus, opens the
     /// folder that holds it.
     Q_INVOKABLE static void showInFiles(const QString& path);
+    /// Opens `path` with its default application; returns why not, or nothing.
+    Q_INVOKABLE static QString open(const QString& path);
+    /// Starts a terminal working in `folder`: $TERMINAL, else the system's chosen terminal
+    /// (x-terminal-emulator), else a well-known one; returns why not, or nothing.
+    Q_INVOKABLE static QString openTerminal(const QString& folder);
 };
 
 } // namespace ambrel

@@ -17,6 +17,14 @@ void ListRow::setName(const QString& name) {
     QAccessible::updateAccessibility(&event);
 }
 
+void ListRow::setDescription(const QString& description) {
+    if (description == description_) return;
+    description_ = description;
+    emit descriptionChanged();
+    QAccessibleEvent event(this, QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&event);
+}
+
 void ListRow::setCurrent(bool current) {
     if (current == current_) return;
     current_ = current;
@@ -40,7 +48,9 @@ public:
     int indexOfChild(const QAccessibleInterface*) const override { return -1; }
     QAccessible::Role role() const override { return QAccessible::ListItem; }
     QString text(QAccessible::Text t) const override {
-        return t == QAccessible::Name ? row()->name() : QString();
+        if (t == QAccessible::Name) return row()->name();
+        if (t == QAccessible::Description) return row()->description();
+        return {};
     }
     QRect rect() const override { return screenRect(row()); }
     QAccessible::State state() const override {

@@ -11,6 +11,8 @@ class ListRow : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)
+    /// What the row says besides its name: size, share and marks.
+    Q_PROPERTY(QString description READ description WRITE setDescription NOTIFY descriptionChanged)
     /// The list's keyboard is on this row.
     Q_PROPERTY(bool current READ current WRITE setCurrent NOTIFY currentChanged)
 
@@ -19,17 +21,21 @@ public:
 
     QString name() const { return name_; }
     void setName(const QString& name);
+    QString description() const { return description_; }
+    void setDescription(const QString& description);
     bool current() const { return current_; }
     void setCurrent(bool current);
 
 signals:
     void nameChanged();
+    void descriptionChanged();
     void currentChanged();
     void activated();
     void menuRequested();
 
 private:
     QString name_;
+    QString description_;
     bool current_ = false;
 };
 

@@ -29,7 +29,8 @@ public:
     QString text(QAccessible::Text t) const override {
         if (!isValid()) return {};
         if (t == QAccessible::Name) return ring_->sliceName(index_);
-        if (t == QAccessible::Description) return ring_->sliceCaption(index_);
+        if (t == QAccessible::Description)
+            return ring_->sliceDetails(index_).replace(QLatin1Char('\n'), QStringLiteral(", "));
         return {};
     }
     void setText(QAccessible::Text, const QString&) override {}

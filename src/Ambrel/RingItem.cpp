@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numbers>
 
 namespace ambrel {
 
@@ -106,10 +107,13 @@ RingItem::RingItem(QQuickItem* parent) : QQuickItem(parent) {
 void RingItem::setModel(AppModel* model) {
     if (model == model_) return;
     disconnect(layoutConnection_);
+    disconnect(listConnection_);
     model_ = model;
-    if (model_)
+    if (model_) {
         layoutConnection_ =
             connect(model_, &AppModel::layoutIDChanged, this, &RingItem::showLayout);
+        listConnection_ = connect(model_, &AppModel::lowTideChanged, this, &RingItem::refreshMarks);
+    }
     showLayout();
     emit modelChanged();
 }
@@ -126,7 +130,20 @@ void RingItem::showLayout() {
     }
     animation_.setSegments(std::move(segments), parents, now(), reduceMotion_);
     setHovered(-1);
+    refreshMarks();
     emit slicesChanged();
+}
+
+void RingItem::refreshMarks() {
+    const auto& segments = animation_.segments();
+    listed_.assign(segments.size(), false);
+    const AppModel* model = model_.data();
+    if (model != nullptr && !model->cleanupList().items().empty())
+        for (std::size_t i = 0; i < segments.size(); ++i)
+            listed_[i] = segments[i].kind.isNode() &&
+                         model->stageState(static_cast<int>(segments[i].kind.id)) != 0;
+    marks_ = (marks_ + 1) % 1'000'000; // only its change counts
+    emit marksChanged();
     update();
 }
 
@@ -164,12 +181,38 @@ QString RingItem::sliceDetails(int index) const {
         sliceCaption(index) + QStringLiteral("\n%1 % of %2")
                                   .arg(share)
                                   .arg(model->label(AppModel::Kind::node(model->focus())));
+    const auto items = [](std::size_t count) {
+        return count == 1 ? QStringLiteral("\n1 item") : QStringLiteral("\n%1 items").arg(count);
+    };
     if (segment.kind.type == AppModel::Kind::Type::smaller)
-        text += QStringLiteral("\n%1 items").arg(segment.kind.count);
+        text += items(static_cast<std::size_t>(segment.kind.count));
     else if (segment.kind.isNode() &&
              tree->flags(segment.kind.id).contains(brantle::NodeFlags::directory))
-        text += QStringLiteral("\n%1 items").arg(tree->children(segment.kind.id).size());
+        text += items(tree->children(segment.kind.id).size());
+    if (segment.kind.isNode() &&
+        tree->flags(segment.kind.id).contains(brantle::NodeFlags::unreadable))
+        text += QStringLiteral("\nCould not be read");
+    if (static_cast<std::size_t>(index) < listed_.size() &&
+        listed_[static_cast<std::size_t>(index)])
+        text += model->stageState(static_cast<int>(segment.kind.id)) == 1
+                    ? QStringLiteral("\nIn the Cleanup List")
+                    : QStringLiteral("\nInside a folder in the Cleanup List");
     return text;
+}
+
+int RingItem::sliceNode(int index) const {
+    const auto& segments = animation_.segments();
+    if (index < 0 || static_cast<std::size_t>(index) >= segments.size()) return -1;
+    const auto& kind = segments[static_cast<std::size_t>(index)].kind;
+    return kind.isNode() ? static_cast<int>(kind.id) : -1;
+}
+
+bool RingItem::sliceIsFolder(int index) const {
+    const AppModel* model = model_.data();
+    const int node = sliceNode(index);
+    const brantle::FileTree* tree = model ? model->tree().get() : nullptr;
+    return tree != nullptr && node >= 0 &&
+           tree->flags(static_cast<brantle::NodeId>(node)).contains(brantle::NodeFlags::directory);
 }
 
 QString RingItem::sliceName(int index) const {
@@ -199,9 +242,42 @@ QString RingItem::slicePath(int index) const {
                                             : QString();
 }
 
-// Slices are not boxes; the ring's square is the honest bound for every one.
-QRect RingItem::sliceScreenRect(int) const {
-    return screenRect(this);
+QRectF RingItem::sliceRect(int index) const {
+    const auto& segments = animation_.segments();
+    if (index < 0 || static_cast<std::size_t>(index) >= segments.size()) return {};
+    const auto& segment = segments[static_cast<std::size_t>(index)];
+    const ringkit::RingGeometry geometry;
+    const auto placement = ringkit::RingViewport{width(), height()}.placement();
+    double left = placement.centerX, right = left, top = placement.centerY, bottom = top;
+    bool first = true;
+    const auto take = [&](double angle, double radius) {
+        const double x = placement.centerX + std::cos(angle) * radius * placement.unitX;
+        const double y = placement.centerY + std::sin(angle) * radius * placement.unitY;
+        left = first ? x : std::min(left, x);
+        right = first ? x : std::max(right, x);
+        top = first ? y : std::min(top, y);
+        bottom = first ? y : std::max(bottom, y);
+        first = false;
+    };
+    const double inner = geometry.inner(segment.depth);
+    const double outer = geometry.outer(segment.depth);
+    for (const double angle : {segment.start, segment.end}) {
+        take(angle, inner);
+        take(angle, outer);
+    }
+    // The arc bulges furthest where it crosses an axis.
+    const double quarter = std::numbers::pi / 2;
+    double axis = std::ceil(segment.start / quarter) * quarter;
+    for (int k = 0; k < 5 && axis <= segment.end; ++k, axis += quarter)
+        take(axis, outer);
+    return QRectF(QPointF(left, top), QPointF(right, bottom));
+}
+
+QRect RingItem::sliceScreenRect(int index) const {
+    const QRectF box = sliceRect(index);
+    if (box.isNull() || window() == nullptr) return {};
+    const QRectF scene = mapRectToScene(box);
+    return QRect(window()->mapToGlobal(scene.topLeft().toPoint()), scene.size().toSize());
 }
 
 void RingItem::openSlice(int index) {
@@ -212,11 +288,26 @@ void RingItem::openSlice(int index) {
     if (folder >= 0) emit folderClicked(folder);
 }
 
-void RingItem::requestMenu(int index) {
-    const auto count = static_cast<int>(animation_.segments().size());
-    if (index < 0 || index >= count) return;
+void RingItem::requestMenu(int index, std::optional<QPointF> at) {
+    const auto& segments = animation_.segments();
+    if (index < 0 || static_cast<std::size_t>(index) >= segments.size()) return;
     setHovered(index);
-    emit menuRequested(index);
+    if (!at) {
+        // The middle of the slice, where the keyboard's eye is.
+        const auto& segment = segments[static_cast<std::size_t>(index)];
+        const ringkit::RingGeometry geometry;
+        const auto placement = ringkit::RingViewport{width(), height()}.placement();
+        const double angle = (segment.start + segment.end) / 2;
+        const double radius = (geometry.inner(segment.depth) + geometry.outer(segment.depth)) / 2;
+        at = QPointF(placement.centerX + std::cos(angle) * radius * placement.unitX,
+                     placement.centerY + std::sin(angle) * radius * placement.unitY);
+    }
+    emit menuRequested(index, at->x(), at->y());
+}
+
+void RingItem::toggleSlice(int index) {
+    const int node = sliceNode(index);
+    if (node >= 0 && model_) model_->toggleStaged(node);
 }
 
 void RingItem::stepSlice(int step) {
@@ -251,6 +342,9 @@ void RingItem::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
         openSlice(hovered_);
+        break;
+    case Qt::Key_Space:
+        toggleSlice(hovered_);
         break;
     default:
         if (!menuKey) {
@@ -311,7 +405,8 @@ void RingItem::hoverLeaveEvent(QHoverEvent*) {
 void RingItem::mousePressEvent(QMouseEvent* event) {
     if (event->button() == Qt::RightButton) {
         const auto hit = hitAt(event->position());
-        if (hit.type == ringkit::Hit::Type::segment) requestMenu(static_cast<int>(hit.index));
+        if (hit.type == ringkit::Hit::Type::segment)
+            requestMenu(static_cast<int>(hit.index), event->position());
         event->accept();
         return;
     }
@@ -343,6 +438,38 @@ void RingItem::appendHighlight(double pxPerUnit) {
     ringkit::RingTessellator::appendSlice(slice, pxPerUnit, frameVertices_, viewport.placement());
 }
 
+// Listed slices are striped across, 3 pixels of ink every 9, in either look; a slice too
+// narrow for a stripe is shaded whole.
+void RingItem::appendListedMarks(double pxPerUnit) {
+    const auto& segments = animation_.segments();
+    if (listed_.size() != segments.size()) return;
+    const ringkit::RingGeometry geometry;
+    const auto placement = ringkit::RingViewport{width(), height()}.placement();
+    const ringkit::Rgba ink = dark_ ? ringkit::Rgba{1, 1, 1, 1} : ringkit::Rgba{0, 0, 0, 1};
+    const double alpha = dark_ ? 0.35 : 0.3;
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        if (!listed_[i]) continue;
+        const auto& segment = segments[i];
+        const auto depth = static_cast<double>(segment.depth);
+        const double pxPerRadian = (geometry.inner(depth) + geometry.outer(depth)) / 2 * pxPerUnit;
+        if (!(pxPerRadian > 0)) continue;
+        const double stripe = 3 / pxPerRadian;
+        const double period = 9 / pxPerRadian;
+        if (segment.span() < period) {
+            ringkit::RingTessellator::appendSlice({segment.start, segment.end, depth, ink, alpha},
+                                                  pxPerUnit, frameVertices_, placement);
+            continue;
+        }
+        const double first = segment.start + (period - stripe) / 2;
+        const auto count = static_cast<int>((segment.end - first - stripe) / period) + 1;
+        for (int k = 0; k < count; ++k) {
+            const double a = first + k * period;
+            ringkit::RingTessellator::appendSlice({a, a + stripe, depth, ink, alpha}, pxPerUnit,
+                                                  frameVertices_, placement);
+        }
+    }
+}
+
 QSGNode* RingItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     auto* root = old ? old : new QSGNode;
     if (!old) {
@@ -359,7 +486,10 @@ QSGNode* RingItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
 
     const auto vertices = animation_.vertices();
     frameVertices_.assign(vertices.begin(), vertices.end());
-    if (!moving) appendHighlight(pxPerUnit);
+    if (!moving) {
+        appendListedMarks(pxPerUnit);
+        appendHighlight(pxPerUnit);
+    }
     QSGGeometry* geometry = slices->geometry();
     geometry->allocate(static_cast<int>(frameVertices_.size()));
     static_assert(sizeof(ringkit::RingVertex) == sizeof(QSGGeometry::ColoredPoint2D));

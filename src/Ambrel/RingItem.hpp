@@ -28,6 +28,8 @@ class RingItem : public QQuickItem {
     Q_PROPERTY(int hoveredIndex READ hoveredIndex NOTIFY hoveredIndexChanged)
     Q_PROPERTY(QString hoveredText READ hoveredText NOTIFY hoveredIndexChanged)
     Q_PROPERTY(int hoveredNode READ hoveredNode NOTIFY hoveredIndexChanged)
+    /// Bumped whenever slices enter or leave the Cleanup List, for bindings on their details.
+    Q_PROPERTY(int marks READ marks NOTIFY marksChanged)
 
 public:
     explicit RingItem(QQuickItem* parent = nullptr);
@@ -50,10 +52,15 @@ public:
 
     /// The node of the slice under the pointer, or −1.
     int hoveredNode() const;
+    int marks() const { return marks_; }
     /// Highlights the slice of `node` (−1: none), as when the pointer is on a row.
     Q_INVOKABLE void showNode(int node);
-    /// "Name — size" of slice `index`, with its share of the focus and its item count.
+    /// "Name — size" of slice `index`, with its share of the focus, its item count and its
+    /// marks, one per line.
     Q_INVOKABLE QString sliceDetails(int index) const;
+    /// The node slice `index` stands for, or −1 for merged and volume-level slices.
+    Q_INVOKABLE int sliceNode(int index) const;
+    Q_INVOKABLE bool sliceIsFolder(int index) const;
 
     /// What lies under an item point.
     ringkit::Hit hitAt(QPointF point) const;
@@ -64,11 +71,16 @@ public:
     QString sliceCaption(int index) const;
     /// The path slice `index` stands for; empty for merged and volume-level slices.
     Q_INVOKABLE QString slicePath(int index) const;
+    /// The box around slice `index`, in item coordinates and on the screen.
+    QRectF sliceRect(int index) const;
     QRect sliceScreenRect(int index) const;
     /// Focuses the folder of slice `index`, as a click does.
     void openSlice(int index);
-    /// Asks for the context menu of slice `index`.
-    void requestMenu(int index);
+    /// Asks for the context menu of slice `index`, at item point `at` (the slice's middle when
+    /// not given).
+    void requestMenu(int index, std::optional<QPointF> at = std::nullopt);
+    /// Adds slice `index` to the Cleanup List or takes it out.
+    void toggleSlice(int index);
 
 signals:
     void modelChanged();
@@ -76,14 +88,15 @@ signals:
     void darkChanged();
     void reduceMotionChanged();
     void hoveredIndexChanged();
+    void marksChanged();
     /// A click on the slice of folder `node`.
     void folderClicked(int node);
     /// A click on the centre disc.
     void centerClicked();
     /// The slices were replaced by another layout.
     void slicesChanged();
-    /// The context menu of slice `index` is wanted, by the keyboard or assistive technology.
-    void menuRequested(int index);
+    /// The context menu of slice `index` is wanted at item point (x, y).
+    void menuRequested(int index, double x, double y);
 
 protected:
     QSGNode* updatePaintNode(QSGNode* old, UpdatePaintNodeData* data) override;
@@ -102,12 +115,19 @@ private:
     /// Moves the keyboard's slice by `step`, wrapping around.
     void stepSlice(int step);
     void appendHighlight(double pxPerUnit);
+    /// Stripes across every slice in the Cleanup List or inside a listed folder.
+    void appendListedMarks(double pxPerUnit);
+    /// Notes which slices are in the Cleanup List, so painting needs no look-ups.
+    void refreshMarks();
 
     QPointer<AppModel> model_;
     QMetaObject::Connection layoutConnection_;
+    QMetaObject::Connection listConnection_;
     QElapsedTimer clock_;
     ringkit::RingAnimation animation_;
     std::vector<ringkit::RingVertex> frameVertices_;
+    int marks_ = 0;
+    std::vector<bool> listed_; ///< per slice: in the Cleanup List or inside a listed folder
     bool dark_ = false;
     bool reduceMotion_ = false;
     int hovered_ = -1;

@@ -2,6 +2,7 @@
 
 #include "AmbrelModel/Settings.hpp"
 #include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/TreeCounts.hpp"
 #include "BrantleServices/DeletionGuard.hpp"
 #include "BrantleServices/Eraser.hpp"
 #include "BrantleServices/Locations.hpp"
@@ -11,6 +12,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QLocale>
 #include <QThread>
 
 #include <algorithm>
@@ -203,7 +205,26 @@ void AppModel::finish(std::shared_ptr<const brantle::FileTree> tree, const ScanT
     bumpRevision();
     emit volumeChanged(); // the storage bar's split depends on the tree
     relayout();
+    noteUnreadableFolders();
     serveSection();
+}
+
+void AppModel::noteUnreadableFolders() {
+    const bool ours = notice_ && notice_->id == unreadableNotice_;
+    // A warning still standing matters more than the count; an older count is replaced.
+    if (notice_ && notice_->isWarning && !ours) return;
+    const auto count = brantle::TreeCounts::of(*view_.tree()).unreadableFolders;
+    if (count == 0) {
+        if (ours) setNotice(std::nullopt);
+        return;
+    }
+    auto notice = Notice::make(
+        count == 1 ? QStringLiteral("1 folder could not be read; its contents are not counted.")
+                   : QStringLiteral("%1 folders could not be read; their contents are not counted.")
+                         .arg(QLocale().toString(static_cast<qlonglong>(count))),
+        false);
+    unreadableNotice_ = notice.id;
+    setNotice(std::move(notice));
 }
 
 // MARK: suggestions and history, on demand

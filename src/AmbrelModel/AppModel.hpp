@@ -136,6 +136,10 @@ public:
     void setOpenAtLogin(bool on);
     /// Replaces the notice; an equal notice changes nothing.
     void setNotice(std::optional<Notice> notice);
+    /// Shows `text` as a warning: what the window could not do (an empty text: nothing).
+    Q_INVOKABLE void showWarning(const QString& text) {
+        if (!text.isEmpty()) setNotice(Notice::make(text, true));
+    }
     /// Waits for every background task; for tests and shutdown.
     void waitForBackgroundWork();
 
@@ -262,6 +266,8 @@ private:
     /// Makes `tree` the shown tree of `target`, keeping the focus by path; no relayout yet.
     void installTree(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     void bumpRevision();
+    /// Says in the notice how many folders of the new tree could not be read.
+    void noteUnreadableFolders();
     /// Runs what the pane shown needs of a new tree.
     void serveSection();
 
@@ -276,6 +282,7 @@ private:
     std::optional<brantle::VolumeInfo> volume_;
     std::optional<brantle::VolumeInfo> startupVolume_;
     std::optional<Notice> notice_;
+    QUuid unreadableNotice_; ///< the notice that counts unreadable folders, while shown
     std::vector<brantle::TideSummary> history_;
     std::vector<shoreline::ShorelineCategory> shoreline_;
     QSet<QString> shorelineChecked_;

@@ -55,7 +55,9 @@ QVariantList AppModel::itemRows() const {
             {QStringLiteral("bytes"), static_cast<double>(bytes)},
             {QStringLiteral("size"), QString::fromStdString(brantle::formatBytes(bytes))},
             {QStringLiteral("share"), total > 0 ? static_cast<double>(bytes) / total : 0.0},
-            {QStringLiteral("folder"), tree->flags(node).contains(brantle::NodeFlags::directory)}});
+            {QStringLiteral("folder"), tree->flags(node).contains(brantle::NodeFlags::directory)},
+            {QStringLiteral("unreadable"),
+             tree->flags(node).contains(brantle::NodeFlags::unreadable)}});
     }
     return out;
 }

@@ -34,10 +34,10 @@ def wait_for(probe, seconds=20.0):
     return probe()
 
 
-def find(root, name, role):
+def find(root, name, role=None):
     def matches(node):
         try:
-            return node.getRole() == role and node.name == name and \
+            return role in (None, node.getRole()) and node.name == name and \
                 not node.getState().contains(pyatspi.STATE_DEFUNCT)
         except Exception:
             return False
@@ -66,7 +66,7 @@ def act(node, name):
 def key(name):
     # Sent as X key presses, so they reach whatever has the keyboard focus.
     keysym = {"Tab": 0xff09, "Right": 0xff53, "Down": 0xff54, "Return": 0xff0d,
-              "Escape": 0xff1b, "Menu": 0xff67, "BackSpace": 0xff08}[name]
+              "Escape": 0xff1b, "Menu": 0xff67, "BackSpace": 0xff08, "space": 0x20}[name]
     pyatspi.Registry.generateKeyboardEvent(keysym, None, pyatspi.KEY_SYM)
     time.sleep(0.25)
 
@@ -85,12 +85,17 @@ def application():
     return None
 
 
+# Root reads every folder; without the two capabilities that let it, "locked" stays shut.
+AS_USER = ["setpriv", "--bounding-set=-dac_override,-dac_read_search", "--"] \
+    if os.geteuid() == 0 else []
+
+
 def launch(home, target):
     env = dict(os.environ, HOME=home, XDG_CONFIG_HOME=os.path.join(home, ".config"),
                XDG_CACHE_HOME=os.path.join(home, ".cache"),
                XDG_DATA_HOME=os.path.join(home, ".local/share"),
                QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", QT_QPA_PLATFORM="xcb")
-    args = [AMBREL] + ([target] if target else [])
+    args = AS_USER + [AMBREL] + ([target] if target else [])
     # The X server may still be coming up when the bus is; a window that cannot connect
     # exits at once and is started again.
     for _ in range(5):
@@ -109,6 +114,25 @@ def make_tree(root):
         f.write(os.urandom(3_000_000))
     with open(os.path.join(root, "small.txt"), "wb") as f:
         f.write(os.urandom(40_000))
+    os.makedirs(os.path.join(root, "locked"))
+    os.chmod(os.path.join(root, "locked"), 0)
+
+
+def description(node):
+    try:
+        return node.description or ""
+    except Exception:
+        return ""
+
+
+def choose(app, item_name):
+    """Runs a menu item by name, as a screen reader does: focus it, then Return."""
+    item = wait_for(lambda: find(app, item_name, pyatspi.ROLE_MENU_ITEM), 5)
+    check(item is not None, f"the menu offers {item_name!r}")
+    if item is not None:
+        act(item, "SetFocus")
+        time.sleep(0.2)
+        key("Return")
 
 
 def explore(home):
@@ -179,6 +203,32 @@ def explore(home):
                 text=True).stdout, 5)
             check(clip == os.path.join(target, "small.txt"),
                   f"the clipboard holds the row's path (got {clip!r})")
+
+        # The Cleanup List from a row's menu, then from the keyboard.
+        listed = "In the Cleanup List"
+        big_row = find(items, "big", pyatspi.ROLE_LIST_ITEM)
+        act(big_row, "ShowMenu")
+        choose(app, "Add to the Cleanup List")
+        check(wait_for(lambda: listed in description(big_row), 5),
+              f"the row is marked {listed!r} (says {description(big_row)!r})")
+        act(big_row, "ShowMenu")
+        check(wait_for(lambda: find(app, "Take Out of the Cleanup List",
+                                    pyatspi.ROLE_MENU_ITEM), 5) is not None,
+              "the menu of a listed row offers \"Take Out of the Cleanup List\"")
+        screenshot("window-listed-menu.png")
+        key("Escape")
+        key("space")
+        check(wait_for(lambda: "%" in description(big_row) and listed not in description(big_row), 5),
+              "Space takes the current row out of the Cleanup List")
+        key("space")
+        check(wait_for(lambda: listed in description(big_row), 5),
+              "Space puts it back in")
+
+        locked = find(items, "locked", pyatspi.ROLE_LIST_ITEM)
+        check(locked is not None and "Could not be read" in description(locked),
+              "the unreadable folder's row says \"Could not be read\"")
+        notice = "1 folder could not be read; its contents are not counted."
+        check(find(app, notice) is not None, f"the notice says {notice!r}")
 
         # Enter on a folder slice opens it; Backspace goes back up.
         big = find(ring, "big", pyatspi.ROLE_LIST_ITEM)

@@ -5,7 +5,8 @@ import QtQuick.Layouts
 import Ambrel
 
 // The focus's children with their share of the focus, by size or by name; Enter or a double
-// click on a folder focuses it. `hoveredNode` is shared with the ring both ways.
+// click on a folder focuses it, Space adds the row to the Cleanup List or takes it out.
+// `hoveredNode` is shared with the ring both ways.
 ColumnLayout {
     id: list
 
@@ -14,7 +15,8 @@ ColumnLayout {
     property string sortKey: "size"
     readonly property alias view: rows
 
-    signal menuRequested(string path)
+    // The context menu of `node` is wanted at (x, y) in `anchor`.
+    signal menuRequested(int node, string path, bool folder, Item anchor, real x, real y)
 
     spacing: 2
 
@@ -63,12 +65,16 @@ ColumnLayout {
             if (item && item.folder) list.appModel.focusOn(item.node)
         }
         function menuForCurrent() {
-            const item = rows.model[rows.currentIndex]
-            if (item) list.menuRequested(item.path)
+            const row = rows.currentItem as ListRow
+            if (row) row.menuRequested()
         }
 
         Keys.onReturnPressed: rows.openCurrent()
         Keys.onEnterPressed: rows.openCurrent()
+        Keys.onSpacePressed: {
+            const item = rows.model[rows.currentIndex]
+            if (item) list.appModel.toggleStaged(item.node)
+        }
         Keys.onPressed: event => {
             if (event.key === Qt.Key_Menu || (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier))) {
                 rows.menuForCurrent()
@@ -82,17 +88,27 @@ ColumnLayout {
 
             required property var modelData
             required property int index
+            // Read again whenever the Cleanup List changes.
+            readonly property int stageState: list.appModel.lowTide.length >= 0
+                ? list.appModel.stageState(row.modelData.node) : 0
+            readonly property string mark: [row.modelData.unreadable ? "Could not be read" : "",
+                row.stageState === 1 ? "In the Cleanup List"
+                : row.stageState === 2 ? "Inside a folder in the Cleanup List" : ""]
+                .filter(text => text !== "").join(", ")
 
             width: rows.width
             height: 30
             name: row.modelData.name
+            description: row.modelData.size + ", " + Math.round(row.modelData.share * 100) + " %"
+                + (row.mark === "" ? "" : ", " + row.mark)
             current: rows.activeFocus && rows.currentIndex === row.index
             // Marks the row for assistive technology; ListRow's own interface answers for it.
             Accessible.role: Accessible.ListItem
             onActivated: if (row.modelData.folder) list.appModel.focusOn(row.modelData.node)
             onMenuRequested: {
                 rows.currentIndex = row.index
-                list.menuRequested(row.modelData.path)
+                list.menuRequested(row.modelData.node, row.modelData.path, row.modelData.folder,
+                                   row, 12, row.height)
             }
 
             Rectangle {
@@ -112,6 +128,13 @@ ColumnLayout {
                     text: row.modelData.name + (row.modelData.folder ? "/" : "")
                     color: Theme.text
                     elide: Text.ElideMiddle
+                }
+                Label {
+                    objectName: "rowMark"
+                    visible: row.mark !== ""
+                    text: row.mark
+                    color: row.modelData.unreadable ? Theme.warning : Theme.accent
+                    font.pixelSize: 11
                 }
                 Rectangle {
                     // Drawn before the row's text, so the bars of all rows merge into one draw
@@ -148,7 +171,9 @@ ColumnLayout {
                 onContainsMouseChanged: list.hoveredNode = containsMouse ? row.modelData.node : -1
                 onClicked: mouse => {
                     rows.currentIndex = row.index
-                    if (mouse.button === Qt.RightButton) row.menuRequested()
+                    if (mouse.button === Qt.RightButton)
+                        list.menuRequested(row.modelData.node, row.modelData.path, row.modelData.folder,
+                                           row, mouse.x, mouse.y)
                 }
                 onDoubleClicked: row.activated()
             }

@@ -40,6 +40,7 @@ ApplicationWindow {
 
     ItemMenu {
         id: itemMenu
+        appModel: window.appModel
     }
 
     Component {
@@ -92,7 +93,7 @@ ApplicationWindow {
             RingView {
                 id: ringView
                 appModel: window.appModel
-                onMenuRequested: path => itemMenu.openFor(path)
+                onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
                 onHoveredNodeChanged: itemList.hoveredNode = ringView.hoveredNode
                 reduceMotion: window.reduceMotion
                 Layout.fillWidth: true
@@ -103,7 +104,7 @@ ApplicationWindow {
             ItemList {
                 id: itemList
                 appModel: window.appModel
-                onMenuRequested: path => itemMenu.openFor(path)
+                onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
                 onHoveredNodeChanged: ringView.ring.showNode(itemList.hoveredNode)
                 Layout.fillWidth: true
                 Layout.fillHeight: true

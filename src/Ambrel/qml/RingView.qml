@@ -14,7 +14,8 @@ Item {
     readonly property var focusCrumb: appModel.breadcrumbItems.length > 0
         ? appModel.breadcrumbItems[appModel.breadcrumbItems.length - 1] : null
 
-    signal menuRequested(string path)
+    // The context menu of `node` is wanted at (x, y) in `anchor`.
+    signal menuRequested(int node, string path, bool folder, Item anchor, real x, real y)
 
     RingItem {
         id: ring
@@ -29,7 +30,8 @@ Item {
         Accessible.name: "Ring"
         onFolderClicked: node => view.appModel.focusOn(node)
         onCenterClicked: view.appModel.goUp()
-        onMenuRequested: index => view.menuRequested(ring.slicePath(index))
+        onMenuRequested: (index, x, y) => view.menuRequested(ring.sliceNode(index), ring.slicePath(index),
+                                                             ring.sliceIsFolder(index), ring, x, y)
     }
     Rectangle {
         anchors.fill: ring
@@ -79,7 +81,8 @@ Item {
             id: caption
             anchors.centerIn: parent
             color: Theme.text
-            text: ring.hoveredIndex >= 0 ? ring.sliceDetails(ring.hoveredIndex) : ""
+            // `marks` changes when the Cleanup List does, and the caption with it.
+            text: ring.hoveredIndex >= 0 && ring.marks >= 0 ? ring.sliceDetails(ring.hoveredIndex) : ""
         }
     }
 }
