@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <numbers>
 
 namespace ambrel {
@@ -248,16 +249,15 @@ QRectF RingItem::sliceRect(int index) const {
     const auto& segment = segments[static_cast<std::size_t>(index)];
     const ringkit::RingGeometry geometry;
     const auto placement = ringkit::RingViewport{width(), height()}.placement();
-    double left = placement.centerX, right = left, top = placement.centerY, bottom = top;
-    bool first = true;
+    constexpr double far = std::numeric_limits<double>::infinity();
+    double left = far, right = -far, top = far, bottom = -far;
     const auto take = [&](double angle, double radius) {
         const double x = placement.centerX + std::cos(angle) * radius * placement.unitX;
         const double y = placement.centerY + std::sin(angle) * radius * placement.unitY;
-        left = first ? x : std::min(left, x);
-        right = first ? x : std::max(right, x);
-        top = first ? y : std::min(top, y);
-        bottom = first ? y : std::max(bottom, y);
-        first = false;
+        left = std::min(left, x);
+        right = std::max(right, x);
+        top = std::min(top, y);
+        bottom = std::max(bottom, y);
     };
     const double inner = geometry.inner(segment.depth);
     const double outer = geometry.outer(segment.depth);

@@ -154,6 +154,13 @@ def explore(home):
         check(ring is not None, "the ring is a list")
         check(ring is not None and find(ring, "big", pyatspi.ROLE_LIST_ITEM) is not None,
               "the ring offers slice \"big\" as a list item")
+        if ring is not None:
+            whole = ring.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+            part = find(ring, "small.txt", pyatspi.ROLE_LIST_ITEM).queryComponent() \
+                .getExtents(pyatspi.DESKTOP_COORDS)
+            check(whole.x <= part.x and part.x + part.width <= whole.x + whole.width
+                  and 0 < part.width * part.height < whole.width * whole.height / 4,
+                  f"a small slice reports its own box inside the ring's ({part} in {whole})")
         screenshot("window-explorer.png")
 
         # The keyboard walks to the ring, through its slices, and on to the list's rows.
@@ -175,6 +182,12 @@ def explore(home):
         check(any(s.getState().contains(pyatspi.STATE_FOCUSED) for s in ring),
               "an arrow puts the keyboard on a slice")
         screenshot("window-ring-keyboard.png")
+        slice_ = next((s for s in ring if s.getState().contains(pyatspi.STATE_FOCUSED)), None)
+        key("space")
+        marked = wait_for(lambda: "In the Cleanup List" in description(slice_), 5)
+        key("space")
+        check(marked and wait_for(lambda: "In the Cleanup List" not in description(slice_), 5),
+              "Space adds the keyboard's slice to the Cleanup List and takes it out again")
         items = find(app, "Items", pyatspi.ROLE_LIST)
         for _ in range(4):  # past the sort buttons
             key("Tab")
