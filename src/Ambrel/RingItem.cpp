@@ -185,14 +185,14 @@ QString RingItem::sliceDetails(int index) const {
     const auto items = [](std::size_t count) {
         return count == 1 ? QStringLiteral("\n1 item") : QStringLiteral("\n%1 items").arg(count);
     };
-    if (segment.kind.type == AppModel::Kind::Type::smaller)
-        text += items(static_cast<std::size_t>(segment.kind.count));
-    else if (segment.kind.isNode() &&
-             tree->flags(segment.kind.id).contains(brantle::NodeFlags::directory))
-        text += items(tree->children(segment.kind.id).size());
-    if (segment.kind.isNode() &&
-        tree->flags(segment.kind.id).contains(brantle::NodeFlags::unreadable))
+    const auto flags = segment.kind.isNode() ? tree->flags(segment.kind.id) : brantle::NodeFlags{};
+    // What an unreadable folder holds is unknown, so it has no count.
+    if (flags.contains(brantle::NodeFlags::unreadable))
         text += QStringLiteral("\nCould not be read");
+    else if (segment.kind.type == AppModel::Kind::Type::smaller)
+        text += items(static_cast<std::size_t>(segment.kind.count));
+    else if (flags.contains(brantle::NodeFlags::directory))
+        text += items(tree->children(segment.kind.id).size());
     if (static_cast<std::size_t>(index) < listed_.size() &&
         listed_[static_cast<std::size_t>(index)])
         text += model->stageState(static_cast<int>(segment.kind.id)) == 1
