@@ -222,6 +222,43 @@ TEST(AppModel, NoticesNotifyOnlyOnChange) {
     EXPECT_EQ(spy.count(), 3);
 }
 
+// Folders that could not be read are counted in the notice when a tree is installed; a
+// standing warning is not pushed aside, an earlier count is.
+TEST(AppModel, TheNoticeCountsFoldersThatCouldNotBeRead) {
+    TempFolder root;
+    const auto treeWith = [&](int unreadable) {
+        auto tree = std::make_shared<brantle::FileTree>(root.path());
+        for (int i = 0; i < unreadable; ++i)
+            tree->append(brantle::FileTree::root, "f" + std::to_string(i), 0, 0, 0,
+                         brantle::NodeFlags::directory | brantle::NodeFlags::unreadable);
+        tree->append(brantle::FileTree::root, "file", 4096, 0, 0, brantle::NodeFlags::unreadable);
+        tree->propagateSizes();
+        return std::shared_ptr<const brantle::FileTree>(std::move(tree));
+    };
+    const struct {
+        std::optional<ambrel::Notice> before;
+        int unreadable;
+        QString after;
+    } cases[] = {
+        {std::nullopt, 0, ""},
+        {std::nullopt, 1, "1 folder could not be read; its contents are not counted."},
+        {ambrel::Notice::make("Rescanning.", false), 1234,
+         "1,234 folders could not be read; their contents are not counted."},
+        {ambrel::Notice::make("Helper failed.", true), 2, "Helper failed."},
+    };
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    for (const auto& c : cases) {
+        AppModel model;
+        model.setNotice(c.before);
+        model.finish(treeWith(c.unreadable), ScanTarget::folder(root.path()));
+        EXPECT_EQ(model.noticeText(), c.after) << c.unreadable;
+    }
+    AppModel model;
+    model.finish(treeWith(3), ScanTarget::folder(root.path()));
+    model.finish(treeWith(0), ScanTarget::folder(root.path()));
+    EXPECT_EQ(model.noticeText(), "") << "a count no longer true leaves";
+}
+
 TEST(AppModelDeathTest, ChangesOffTheMainThreadAreFatal) {
     // Forked, not re-run: a re-run child would make a test home of its own and die before
     // removing it. Death tests run first, while the program has one thread.
