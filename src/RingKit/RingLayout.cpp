@@ -32,6 +32,7 @@ struct Level {
     int depth;
     int branch; // −1: first ring, each child is its own branch
     double cursor;
+    double perByte; // this folder's arc over its children's bytes
     std::size_t first;
     std::size_t count;
     std::size_t next = 0;
@@ -51,20 +52,36 @@ public:
 
     /// Places the focus's children as ring 1 from angle 0 and returns where they stop.
     double placeRing1(NodeId focus) {
-        push(focus, 1, -1, 0.0);
+        push(focus, 1, -1, 0.0, perByte_);
         while (!levels_.empty())
             step();
         return ring1End_;
     }
 
 private:
-    void push(NodeId parent, int depth, int branch, double start) {
-        Level level{parent, depth, branch, start, wide_.size(), 0};
+    // A folder's own blocks (Linux) are nothing one could pick or remove, so its children
+    // share the folder's whole arc in proportion to their sizes instead of leaving a sliver
+    // of it empty. Where the children make up the whole size the scale is left untouched.
+    double childScale(NodeId parent, double parentPerByte) const {
+        std::uint64_t childBytes = 0;
+        for (NodeId child = tree_.firstChild(parent); child != FileTree::none;
+             child = tree_.nextSibling(child)) {
+            if (__builtin_add_overflow(childBytes, tree_.size(child), &childBytes))
+                return parentPerByte;
+        }
+        const std::uint64_t bytes = tree_.size(parent);
+        if (childBytes == 0 || childBytes >= bytes) return parentPerByte;
+        return parentPerByte * (static_cast<double>(bytes) / static_cast<double>(childBytes));
+    }
+
+    void push(NodeId parent, int depth, int branch, double start, double parentPerByte) {
+        const double perByte = childScale(parent, parentPerByte);
+        Level level{parent, depth, branch, start, perByte, wide_.size(), 0};
         for (NodeId child = tree_.firstChild(parent); child != FileTree::none;
              child = tree_.nextSibling(child)) {
             const std::uint64_t bytes = tree_.size(child);
             if (bytes == 0) continue;
-            if (perByte_ * static_cast<double>(bytes) < minAngle_) {
+            if (perByte * static_cast<double>(bytes) < minAngle_) {
                 level.smallBytes += bytes;
                 ++level.smallCount;
             } else {
@@ -89,17 +106,17 @@ private:
         const std::uint64_t bytes = tree_.size(child);
         const int branch = level.branch < 0 ? static_cast<int>(position) : level.branch;
         const double start = level.cursor;
-        level.cursor = start + perByte_ * static_cast<double>(bytes);
+        level.cursor = start + level.perByte * static_cast<double>(bytes);
         out_.push_back(
             {RingSegment::Kind::node(child), level.depth, start, level.cursor, bytes, branch});
         if (level.depth < maxDepth_ && tree_.flags(child).contains(NodeFlags::directory))
-            push(child, level.depth + 1, branch, start);
+            push(child, level.depth + 1, branch, start, level.perByte);
     }
 
     void finish(Level& level) {
         if (level.smallBytes != 0) {
             const double start = level.cursor;
-            level.cursor = start + perByte_ * static_cast<double>(level.smallBytes);
+            level.cursor = start + level.perByte * static_cast<double>(level.smallBytes);
             out_.push_back({RingSegment::Kind::smaller(level.parent, level.smallCount), level.depth,
                             start, level.cursor, level.smallBytes, -1});
         }
