@@ -84,17 +84,11 @@ TEST(Shoreline, FirstRuleKeepsAnAreaAndTheGuardVetoes) {
     EXPECT_THAT(paths(home, categories[2]), ElementsAre("x/other/a"));
 
     const Finding& finding = categories[1].findings[0];
-    EXPECT_EQ(finding.path, home / "x/b");
-    EXPECT_EQ(finding.id(), finding.path);
-    EXPECT_EQ(finding.name, "b");
     EXPECT_EQ(finding.bytes, 2 * MiB + home.folderBlocks("x/b"));
-    EXPECT_EQ(finding.safety, Safety::safe);
-    EXPECT_EQ(finding.reason, "because x/b");
     const auto verdict = context.guardian.check(finding.path);
     const auto* removal = verdict.removal();
     ASSERT_NE(removal, nullptr);
     EXPECT_EQ(finding.removal, *removal);
-    EXPECT_EQ(categories[1].title, "Title first");
 }
 
 TEST(Shoreline, SortsFindingsAndCategoriesStably) {
