@@ -61,33 +61,29 @@ public:
 private:
     // A folder's own blocks (Linux) are nothing one could pick or remove, so its children
     // share the folder's whole arc in proportion to their sizes instead of leaving a sliver
-    // of it empty. Where the children make up the whole size the scale is left untouched.
-    double childScale(NodeId parent, double parentPerByte) const {
-        std::uint64_t childBytes = 0;
-        for (NodeId child = tree_.firstChild(parent); child != FileTree::none;
-             child = tree_.nextSibling(child)) {
-            if (__builtin_add_overflow(childBytes, tree_.size(child), &childBytes))
-                return parentPerByte;
-        }
-        const std::uint64_t bytes = tree_.size(parent);
-        if (childBytes == 0 || childBytes >= bytes) return parentPerByte;
-        return parentPerByte * (static_cast<double>(bytes) / static_cast<double>(childBytes));
+    // of it empty. Which children get a slice of their own is decided at the parent's scale.
+    static double childScale(double parentPerByte, std::uint64_t folderBytes,
+                             std::uint64_t childBytes) {
+        if (childBytes == 0 || childBytes >= folderBytes) return parentPerByte;
+        return parentPerByte * (static_cast<double>(folderBytes) / static_cast<double>(childBytes));
     }
 
     void push(NodeId parent, int depth, int branch, double start, double parentPerByte) {
-        const double perByte = childScale(parent, parentPerByte);
-        Level level{parent, depth, branch, start, perByte, wide_.size(), 0};
+        Level level{parent, depth, branch, start, parentPerByte, wide_.size(), 0};
+        std::uint64_t childBytes = 0;
         for (NodeId child = tree_.firstChild(parent); child != FileTree::none;
              child = tree_.nextSibling(child)) {
             const std::uint64_t bytes = tree_.size(child);
             if (bytes == 0) continue;
-            if (perByte * static_cast<double>(bytes) < minAngle_) {
+            if (__builtin_add_overflow(childBytes, bytes, &childBytes)) childBytes = UINT64_MAX;
+            if (parentPerByte * static_cast<double>(bytes) < minAngle_) {
                 level.smallBytes += bytes;
                 ++level.smallCount;
             } else {
                 wide_.push_back(child);
             }
         }
+        level.perByte = childScale(parentPerByte, tree_.size(parent), childBytes);
         level.count = wide_.size() - level.first;
         const auto sizes = tree_.columns().sizes.data();
         std::stable_sort(wide_.begin() + static_cast<std::ptrdiff_t>(level.first), wide_.end(),
