@@ -63,6 +63,11 @@ bool isAtOrInside(std::string_view path, std::string_view folder) {
     return path == folder || isInside(path, folder);
 }
 
+std::optional<std::string_view> below(std::string_view path, std::string_view folder) {
+    if (!isInside(path, folder)) return std::nullopt;
+    return path.substr(folder == "/" ? 1 : folder.size() + 1);
+}
+
 std::string joined(std::string_view folder, std::string_view name) {
     std::string result(folder);
     if (!result.ends_with('/')) result += '/';

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,10 @@ bool isInside(std::string_view path, std::string_view folder);
 
 /// True when path equals folder or is inside it.
 bool isAtOrInside(std::string_view path, std::string_view folder);
+
+/// What follows folder and its separator in path ("b/c" for "/a/b/c" below "/a"), or no value
+/// when path is not inside folder.
+std::optional<std::string_view> below(std::string_view path, std::string_view folder);
 
 /// folder + "/" + name, without doubling the separator after "/".
 std::string joined(std::string_view folder, std::string_view name);

@@ -32,6 +32,7 @@ struct Level {
     int depth;
     int branch; // −1: first ring, each child is its own branch
     double cursor;
+    double perByte; // this folder's arc over its children's bytes
     std::size_t first;
     std::size_t count;
     std::size_t next = 0;
@@ -51,26 +52,38 @@ public:
 
     /// Places the focus's children as ring 1 from angle 0 and returns where they stop.
     double placeRing1(NodeId focus) {
-        push(focus, 1, -1, 0.0);
+        push(focus, 1, -1, 0.0, perByte_);
         while (!levels_.empty())
             step();
         return ring1End_;
     }
 
 private:
-    void push(NodeId parent, int depth, int branch, double start) {
-        Level level{parent, depth, branch, start, wide_.size(), 0};
+    // A folder's own blocks (Linux) are nothing one could pick or remove, so its children
+    // share the folder's whole arc in proportion to their sizes instead of leaving a sliver
+    // of it empty. Which children get a slice of their own is decided at the parent's scale.
+    static double childScale(double parentPerByte, std::uint64_t folderBytes,
+                             std::uint64_t childBytes) {
+        if (childBytes == 0 || childBytes >= folderBytes) return parentPerByte;
+        return parentPerByte * (static_cast<double>(folderBytes) / static_cast<double>(childBytes));
+    }
+
+    void push(NodeId parent, int depth, int branch, double start, double parentPerByte) {
+        Level level{parent, depth, branch, start, parentPerByte, wide_.size(), 0};
+        std::uint64_t childBytes = 0;
         for (NodeId child = tree_.firstChild(parent); child != FileTree::none;
              child = tree_.nextSibling(child)) {
             const std::uint64_t bytes = tree_.size(child);
             if (bytes == 0) continue;
-            if (perByte_ * static_cast<double>(bytes) < minAngle_) {
+            if (__builtin_add_overflow(childBytes, bytes, &childBytes)) childBytes = UINT64_MAX;
+            if (parentPerByte * static_cast<double>(bytes) < minAngle_) {
                 level.smallBytes += bytes;
                 ++level.smallCount;
             } else {
                 wide_.push_back(child);
             }
         }
+        level.perByte = childScale(parentPerByte, tree_.size(parent), childBytes);
         level.count = wide_.size() - level.first;
         const auto sizes = tree_.columns().sizes.data();
         std::stable_sort(wide_.begin() + static_cast<std::ptrdiff_t>(level.first), wide_.end(),
@@ -89,17 +102,17 @@ private:
         const std::uint64_t bytes = tree_.size(child);
         const int branch = level.branch < 0 ? static_cast<int>(position) : level.branch;
         const double start = level.cursor;
-        level.cursor = start + perByte_ * static_cast<double>(bytes);
+        level.cursor = start + level.perByte * static_cast<double>(bytes);
         out_.push_back(
             {RingSegment::Kind::node(child), level.depth, start, level.cursor, bytes, branch});
         if (level.depth < maxDepth_ && tree_.flags(child).contains(NodeFlags::directory))
-            push(child, level.depth + 1, branch, start);
+            push(child, level.depth + 1, branch, start, level.perByte);
     }
 
     void finish(Level& level) {
         if (level.smallBytes != 0) {
             const double start = level.cursor;
-            level.cursor = start + perByte_ * static_cast<double>(level.smallBytes);
+            level.cursor = start + level.perByte * static_cast<double>(level.smallBytes);
             out_.push_back({RingSegment::Kind::smaller(level.parent, level.smallCount), level.depth,
                             start, level.cursor, level.smallBytes, -1});
         }

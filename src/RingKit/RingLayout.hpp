@@ -23,8 +23,9 @@ namespace RingLayout {
 inline constexpr double defaultMinAngle = 0.008726646259971648;
 
 /// The segments of `focus` out to ring `maxDepth`, in pre-order. The whole turn stands for
-/// size(focus) plus the extras' bytes; children narrower than `minAngle` (against the whole
-/// turn) merge into one `smaller` slice per folder. Empty when that total is 0.
+/// size(focus) plus the extras' bytes; a folder's children fill its whole arc in proportion
+/// to their sizes (its own blocks leave no gap); children narrower than `minAngle` (against
+/// the whole turn) merge into one `smaller` slice per folder. Empty when that total is 0.
 std::vector<RingSegment> layout(const brantle::FileTree& tree, NodeId focus, int maxDepth,
                                 double minAngle, std::span<const RingExtra> extras = {});
 

@@ -1,6 +1,8 @@
 #include "Shoreline/RuleText.hpp"
 #include "Shoreline/Rules.hpp"
 
+#include "BrantleCore/PathText.hpp"
+
 #include <algorithm>
 
 namespace shoreline {
@@ -18,7 +20,7 @@ bool isSystemCache(const SuggestionFolders& folders, std::string_view name) {
 /// A package cache inside the caches folder belongs to the package-caches rule.
 bool namedByLaterRule(const SuggestionFolders& folders, const std::string& relative) {
     const auto names = [&](const SuggestionFolders::PackageCache& cache) {
-        return cache.path == relative || cache.path.starts_with(relative + "/");
+        return brantle::PathText::isAtOrInside(cache.path, relative);
     };
     return std::ranges::any_of(folders.quickPackageCaches, names) ||
            std::ranges::any_of(folders.slowPackageCaches, names);

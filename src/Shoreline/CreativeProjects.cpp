@@ -1,5 +1,6 @@
 #include "Shoreline/CreativeProjects.hpp"
 
+#include "BrantleCore/PathText.hpp"
 #include "Shoreline/RuleText.hpp"
 
 #include <algorithm>
@@ -46,18 +47,8 @@ bool holdsMarker(const FileTree& tree, NodeId folder) {
 
 /// The components of `path` below `home`; none when it is not inside it.
 std::vector<std::string_view> componentsBelow(std::string_view path, std::string_view home) {
-    std::vector<std::string_view> components;
-    if (path.size() <= home.size() + 1 || !path.starts_with(home) || path[home.size()] != '/')
-        return components;
-    const auto rest = path.substr(home.size() + 1);
-    std::size_t start = 0;
-    while (start < rest.size()) {
-        auto end = rest.find('/', start);
-        if (end == std::string_view::npos) end = rest.size();
-        if (end > start) components.push_back(rest.substr(start, end - start));
-        start = end + 1;
-    }
-    return components;
+    const auto rest = brantle::PathText::below(path, home);
+    return rest ? brantle::PathText::components(*rest) : std::vector<std::string_view>{};
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "Shoreline/Rules.hpp"
 
 #include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/PathText.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -13,10 +14,11 @@ using brantle::NodeId;
 
 namespace {
 
+/// Whether path lies inside home + "/" + relative (which may end in "/").
 bool inside(std::string_view path, const std::string& home, std::string_view relative) {
-    return path.size() > home.size() + 1 + relative.size() && path.starts_with(home) &&
-           path[home.size()] == '/' && path.substr(home.size() + 1).starts_with(relative) &&
-           (relative.ends_with('/') || path[home.size() + 1 + relative.size()] == '/');
+    const auto rest = brantle::PathText::below(path, home);
+    return rest &&
+           brantle::PathText::isInside(*rest, brantle::PathText::withoutTrailingSlash(relative));
 }
 
 /// Smaller ranks are kept first: managed libraries, then deliberate places, then anywhere

@@ -2,6 +2,8 @@
 
 #include "Shoreline/Rules.hpp"
 
+#include "BrantleCore/PathText.hpp"
+
 #include <algorithm>
 #include <set>
 #include <string>
@@ -10,19 +12,18 @@ namespace shoreline {
 
 namespace {
 
+namespace PathText = brantle::PathText;
 using ClaimedPaths = std::set<std::string, std::less<>>;
 
-/// True when `path` equals a claimed path, lies inside one, or contains one. Every prefix
-/// test includes the "/", so a claimed "b" never swallows a sibling "bc".
+/// True when `path` equals a claimed path, lies inside one, or contains one. Paths inside
+/// `path` sort right after `path` + "/".
 bool overlapsClaimed(const ClaimedPaths& claimed, std::string_view path) {
-    if (claimed.contains(path)) return true;
-    for (auto slash = path.find('/', 1); slash != std::string_view::npos;
-         slash = path.find('/', slash + 1)) {
-        if (claimed.contains(path.substr(0, slash))) return true;
+    for (std::string_view up = path; !up.empty(); up = PathText::parent(up)) {
+        if (claimed.contains(up)) return true;
+        if (up == "/") break;
     }
-    const std::string inside = std::string(path) + "/";
-    const auto next = claimed.lower_bound(inside);
-    return next != claimed.end() && next->starts_with(inside);
+    const auto next = claimed.lower_bound(std::string(path) + "/");
+    return next != claimed.end() && PathText::isInside(*next, path);
 }
 
 std::vector<Finding> acceptedFindings(const ShorelineContext& context,

@@ -1,6 +1,7 @@
 #include "Shoreline/ShorelineContext.hpp"
 
 #include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/PathText.hpp"
 #include "Shoreline/LastUsed.hpp"
 
 #include <algorithm>
@@ -11,12 +12,6 @@ namespace shoreline {
 using brantle::NodeId;
 
 namespace {
-
-std::string withoutTrailingSlash(std::string_view path) {
-    while (path.size() > 1 && path.ends_with('/'))
-        path.remove_suffix(1);
-    return std::string(path);
-}
 
 std::int64_t secondsNow() {
     return std::chrono::duration_cast<std::chrono::seconds>(
@@ -29,7 +24,7 @@ std::int64_t secondsNow() {
 ShorelineContext::ShorelineContext(const brantle::FileTree& fileTree, std::string_view homePath,
                                    brantle::DeletionGuard guard,
                                    std::shared_ptr<const brantle::PlatformProfile> platform)
-    : tree(fileTree), home(withoutTrailingSlash(homePath)), guardian(std::move(guard)),
+    : tree(fileTree), home(brantle::PathText::standardised(homePath)), guardian(std::move(guard)),
       now(secondsNow()), lastUsed(LastUsed::spotlight), profile(std::move(platform)) {
     if (!profile) brantle::fatal("suggestions need a platform profile");
     suggestionFolders = SuggestionFolders::of(profile->name, home);
@@ -37,10 +32,7 @@ ShorelineContext::ShorelineContext(const brantle::FileTree& fileTree, std::strin
 
 std::optional<NodeId> ShorelineContext::node(std::string_view relative) const {
     if (relative.empty()) return std::nullopt;
-    std::string path = home;
-    path += '/';
-    path += relative;
-    return tree.node(path);
+    return tree.node(brantle::PathText::joined(home, relative));
 }
 
 std::optional<NodeId> ShorelineContext::homeNode() const {

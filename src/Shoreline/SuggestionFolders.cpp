@@ -1,5 +1,7 @@
 #include "Shoreline/SuggestionFolders.hpp"
 
+#include "BrantleCore/PathText.hpp"
+
 #include <QStandardPaths>
 
 namespace shoreline {
@@ -27,17 +29,14 @@ const std::vector<std::string> appleInstallers{"dmg", "pkg", "mpkg", "xip", "iso
 /// not configured inside the home folder.
 std::string userFolder(QStandardPaths::StandardLocation location, const std::string& home,
                        const std::string& usual) {
-    const std::string folder = QStandardPaths::writableLocation(location).toStdString();
-    if (folder.size() <= home.size() + 1 || !folder.starts_with(home + "/")) return usual;
-    std::string relative = folder.substr(home.size() + 1);
-    while (relative.ends_with('/'))
-        relative.pop_back();
-    return relative.empty() ? usual : relative;
+    const std::string folder =
+        brantle::PathText::standardised(QStandardPaths::writableLocation(location).toStdString());
+    const auto relative = brantle::PathText::below(folder, home);
+    return relative ? std::string(*relative) : usual;
 }
 
 void replaceFolder(std::string& path, const std::string& usual, const std::string& configured) {
-    if (path == usual || path.starts_with(usual + "/"))
-        path = configured + path.substr(usual.size());
+    if (brantle::PathText::isAtOrInside(path, usual)) path = configured + path.substr(usual.size());
 }
 
 } // namespace

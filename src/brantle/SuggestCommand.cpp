@@ -13,10 +13,8 @@
 #include <QJsonObject>
 
 #include <cstdio>
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <unistd.h>
 
 namespace brantle::cli {
 
@@ -27,16 +25,6 @@ struct SuggestRequest {
     std::string home;
     bool json = false;
 };
-
-std::string absolutePath(std::string_view path) {
-    std::error_code error;
-    const auto absolute = std::filesystem::absolute(std::filesystem::path(path), error);
-    if (error) return std::string(path);
-    auto text = absolute.lexically_normal().string();
-    while (text.size() > 1 && text.ends_with('/'))
-        text.pop_back();
-    return text;
-}
 
 std::optional<SuggestRequest> parseRequest(Arguments args) {
     SuggestRequest request;
@@ -57,11 +45,6 @@ std::optional<SuggestRequest> parseRequest(Arguments args) {
     request.home = home ? *home : absolutePath(Locations::homeDirectory());
     request.path = path ? *path : request.home;
     return request;
-}
-
-int activeProcessors() {
-    const long count = sysconf(_SC_NPROCESSORS_ONLN);
-    return count < 1 ? 1 : static_cast<int>(count);
 }
 
 void printJson(const std::vector<shoreline::ShorelineCategory>& categories) {

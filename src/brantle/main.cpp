@@ -1,6 +1,8 @@
 // brantle: the command-line front end of the core, for scripts, benchmarks and headless machines.
 #include "Command.hpp"
 
+#include "BrantleCore/PathText.hpp"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -31,7 +33,7 @@ std::string absolutePath(std::string_view path) {
     std::error_code error;
     const auto absolute = std::filesystem::absolute(std::filesystem::path(path), error);
     if (error) return std::string(path);
-    return absolute.lexically_normal().string();
+    return PathText::standardised(absolute.string());
 }
 
 int activeProcessors() {

@@ -18,4 +18,7 @@ TEST(PathText, StandardisationIsTextual) {
     EXPECT_FALSE(PathText::isInside("/usr", "/usr"));
     EXPECT_TRUE(PathText::isInside("/a", "/"));
     EXPECT_FALSE(PathText::isInside("/a", ""));
+    EXPECT_EQ(PathText::below("/a/b/c", "/a"), "b/c");
+    EXPECT_EQ(PathText::below("/a", "/"), "a");
+    EXPECT_FALSE(PathText::below("/ab", "/a"));
 }

@@ -81,7 +81,6 @@ TEST(TideAlerts, LowSpaceAtItsThresholds) {
     };
     EXPECT_EQ(alerts(1000 * GB, 99 * GB), std::vector{TideAlert::lowSpace(99 * GB)});
     EXPECT_TRUE(alerts(1000 * GB, 100 * GB).empty());
-    EXPECT_TRUE(alerts(1000 * GB, 101 * GB).empty());
     EXPECT_EQ(alerts(128 * GB, 19'900'000'000), std::vector{TideAlert::lowSpace(19'900'000'000)});
     EXPECT_TRUE(alerts(128 * GB, 20 * GB).empty());
     EXPECT_EQ(alerts(0, 0), std::vector{TideAlert::lowSpace(0)});
@@ -116,7 +115,6 @@ TEST(TideAlerts, BigGrowthBetweenTheLastTwoSummaries) {
     EXPECT_EQ(alerts(3600, 60 * GB), std::vector{TideAlert::bigGrowth(
                                          Growth{"/h/a", static_cast<std::int64_t>(60 * GB)})});
     EXPECT_TRUE(alerts(36 * 3600 + 1, 60 * GB).empty());
-    EXPECT_TRUE(alerts(40 * 3600, 60 * GB).empty());
 
     const std::vector<TideSummary> small{usage(start, 1, 0, {{"/h", 0}}),
                                          usage(start + day, 1, 0, {{"/h", 5 * GB - 1}})};
@@ -136,7 +134,4 @@ TEST(TideAlerts, AllThreeInTheirFixedOrder) {
     EXPECT_EQ(alerts[0], TideAlert::lowSpace(3 * GB));
     EXPECT_EQ(alerts[1], TideAlert::fillingFast(3));
     EXPECT_EQ(alerts[2], TideAlert::bigGrowth(Growth{"/h", static_cast<std::int64_t>(8 * GB)}));
-    EXPECT_EQ(alerts[0].kind(), "lowSpace");
-    EXPECT_EQ(alerts[1].kind(), "fillingFast");
-    EXPECT_EQ(alerts[2].kind(), "bigGrowth");
 }

