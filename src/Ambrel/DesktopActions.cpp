@@ -1,5 +1,7 @@
 #include "DesktopActions.hpp"
 
+#include "BrantleServices/Locations.hpp"
+
 #include <QClipboard>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -23,6 +25,16 @@ void DesktopActions::showInFiles(const QString& path) {
     const auto reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 3000);
     if (reply.type() == QDBusMessage::ReplyMessage) return;
     QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+}
+
+} // namespace ambrel
+
+namespace ambrel {
+
+void DesktopActions::openTrash() {
+    if (QDesktopServices::openUrl(QUrl(QStringLiteral("trash:///")))) return;
+    const auto files = brantle::Locations::trashDirectory() + "/files";
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(files)));
 }
 
 } // namespace ambrel

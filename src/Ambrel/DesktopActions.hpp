@@ -19,6 +19,8 @@ public:
     /// Shows `path` selected in the file manager; without one on the session bus, opens the
     /// folder that holds it.
     Q_INVOKABLE static void showInFiles(const QString& path);
+    /// Opens the Trash in the file manager; without a handler for trash:/, its folder.
+    Q_INVOKABLE static void openTrash();
 };
 
 } // namespace ambrel

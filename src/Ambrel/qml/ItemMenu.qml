@@ -7,12 +7,18 @@ Menu {
     id: menu
 
     property string path: ""
+    property AppModel appModel
 
     function openFor(path: string) {
         menu.path = path
         menu.popup()
     }
 
+    MenuItem {
+        text: "Add to the Cleanup List"
+        enabled: menu.path !== ""
+        onTriggered: menu.appModel.stage(menu.path)
+    }
     MenuItem {
         text: "Show in Files"
         enabled: menu.path !== ""
