@@ -278,6 +278,18 @@ def cleanup(home):
               "each entry offers \"Remove from the Cleanup List\"")
         screenshot("cleanup-listed.png")
 
+        # Delete opens the review wherever the keyboard is, Escape closes it; the keys go to
+        # the window under the pointer.
+        x, y = listed.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
+        pyatspi.Registry.generateMouseEvent(x + 5, y + 5, pyatspi.MOUSE_ABS)
+        time.sleep(0.3)
+        key("Delete")
+        check(wait_for(lambda: find(app, "Move 2 items to the Trash?", pyatspi.ROLE_DIALOG), 3)
+              is not None, "Delete opens the review")
+        key("Escape")
+        check(wait_for(lambda: find(app, "Move 2 items to the Trash?", pyatspi.ROLE_DIALOG)
+                       is None, 3) and os.path.exists(os.path.join(target, "small.txt")),
+              "Escape closes the review, nothing removed")
         act(find(app, "Review & Move to Trash…", pyatspi.ROLE_PUSH_BUTTON), "Press")
         sheet = wait_for(lambda: find(app, "Move 2 items to the Trash?", pyatspi.ROLE_DIALOG), 5)
         if os.environ.get("WINDOW_TEST_TRACE"):
