@@ -1,5 +1,7 @@
 #include "DesktopActions.hpp"
 
+#include "BrantleServices/Locations.hpp"
+
 #include <QClipboard>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -64,6 +66,16 @@ QString DesktopActions::openTerminal(const QString& folder) {
     if (process.startDetached()) return {};
     return QStringLiteral("Couldn't start the terminal \u201C%1\u201D: %2.")
         .arg(command.first(), process.errorString());
+}
+
+} // namespace ambrel
+
+namespace ambrel {
+
+void DesktopActions::openTrash() {
+    if (QDesktopServices::openUrl(QUrl(QStringLiteral("trash:///")))) return;
+    const auto files = brantle::Locations::trashDirectory() + "/files";
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(files)));
 }
 
 } // namespace ambrel

@@ -25,6 +25,8 @@ public:
     /// Starts a terminal working in `folder`: $TERMINAL, else the system's chosen terminal
     /// (x-terminal-emulator), else a well-known one; returns why not, or nothing.
     Q_INVOKABLE static QString openTerminal(const QString& folder);
+    /// Opens the Trash in the file manager; without a handler for trash:/, its folder.
+    Q_INVOKABLE static void openTrash();
 };
 
 } // namespace ambrel

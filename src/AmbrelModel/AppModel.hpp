@@ -61,11 +61,12 @@ class AppModel : public QObject {
     Q_PROPERTY(double erasingBytes READ erasingBytes NOTIFY erasingBytesChanged)
     Q_PROPERTY(double trashBytes READ trashBytes NOTIFY trashBytesChanged)
     Q_PROPERTY(QVariantMap trashResult READ trashResultMap NOTIFY removalFinished)
+    Q_PROPERTY(QVariantMap trashLedger READ trashLedgerMap NOTIFY trashLedgerChanged)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
     Q_ENUM(Phase)
-    enum class Section { Explorer, Shoreline, History };
+    enum class Section { Explorer, Shoreline, History, LowTide };
     Q_ENUM(Section)
     enum class ShorelinePhase { Idle, Analyzing, Ready, Unavailable };
     Q_ENUM(ShorelinePhase)
@@ -154,6 +155,8 @@ public:
     Q_INVOKABLE bool isStaged(const QString& path) const {
         return lowTide_.isStaged(path.toStdString());
     }
+    /// Adds every ticked suggestion, in order, and says how many and how much were ticked.
+    Q_INVOKABLE void sendCheckedToLowTide();
     /// Removal runs in the background; `removalFinished` brings `trashResult`.
     Q_INVOKABLE void moveToTrash();
     Q_INVOKABLE void deleteImmediately();
@@ -169,6 +172,8 @@ public:
     /// Deletes at once what this application moved to the Trash and is still there.
     Q_INVOKABLE void deleteClearedTrashNow();
     const brantle::TrashLedger::State& trashLedger() const { return trashLedger_; }
+    /// What the views show of the ledger: entries, waitingBytes, freedBytes.
+    QVariantMap trashLedgerMap() const;
     /// Counts `bytes` as being erased until the eraser is idle, then refreshes the volumes.
     void finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed);
 
@@ -241,6 +246,7 @@ signals:
     void removalFinished();
     void erasingBytesChanged();
     void trashBytesChanged();
+    void trashLedgerChanged();
 
 private:
     friend class SpaceWatch; // keeps the startup volume and the history fresh
@@ -250,6 +256,9 @@ private:
     /// Takes removed items out of the list and the tree, keeps the focus on a live folder and
     /// lays the ring out again.
     void removeFromView(const std::vector<std::string>& paths);
+    void setTrashLedger(brantle::TrashLedger::State state);
+    /// The volume of the target and the startup volume read afresh, so free space catches up.
+    void refreshVolumes();
     void fullScan(const ScanTarget& target);
     /// Drops the running administrator scan, whose results no longer count, and marks the
     /// tree as not an administrator scan.

@@ -1,6 +1,8 @@
 #include "AmbrelModel/AppModel.hpp"
 #include "AmbrelModel/RemovalRun.hpp"
 
+#include "BrantleCore/ByteFormat.hpp"
+#include "BrantleCore/Fatal.hpp"
 #include "BrantleServices/ItemSize.hpp"
 #include "BrantleServices/Locations.hpp"
 #include <fcntl.h>
@@ -56,6 +58,23 @@ void AppModel::unstage(const QString& id) {
     emit lowTideChanged();
 }
 
+void AppModel::sendCheckedToLowTide() {
+    requireMainThread();
+    int count = 0;
+    std::uint64_t bytes = 0;
+    for (const auto& category : shoreline_)
+        for (const auto& finding : category.findings) {
+            const auto path = QString::fromStdString(finding.path);
+            if (!shorelineChecked_.contains(path)) continue;
+            stage(path);
+            ++count;
+            if (__builtin_add_overflow(bytes, finding.bytes, &bytes))
+                brantle::fatal("ticked suggestions' byte sum overflows");
+        }
+    setNotice(Notice::make(
+        CleanupList::addedText(count, QString::fromStdString(brantle::formatBytes(bytes))), false));
+}
+
 int AppModel::stageState(int node) const {
     const auto& tree = view_.tree();
     if (!tree || node < 0 || std::size_t(node) >= tree->count()) return 0;
@@ -84,7 +103,7 @@ void AppModel::runRemoval(bool permanent) {
 void AppModel::finishRemoval(const RemovalOutcome& outcome) {
     requireMainThread();
     if (!outcome.ledgerEntries.empty())
-        trashLedger_ = brantle::TrashLedger::standard().record(outcome.ledgerEntries);
+        setTrashLedger(brantle::TrashLedger::standard().record(outcome.ledgerEntries));
     removeFromView(outcome.result.removedPaths);
     lastResult_ = outcome.result;
     if (outcome.result.permanent) {
@@ -116,8 +135,19 @@ void AppModel::removeFromView(const std::vector<std::string>& paths) {
     const auto focus = view_.focus();
     view_.setTree(std::move(tree), focusPath);
     if (view_.focus() != focus) emit focusChanged();
-    setVolumeFor(target_.rootPath());
+    refreshVolumes();
     relayout();
+}
+
+void AppModel::refreshVolumes() {
+    setVolumeFor(target_.rootPath());
+    watch_->refreshStartupVolume();
+}
+
+void AppModel::setTrashLedger(brantle::TrashLedger::State state) {
+    if (state == trashLedger_) return;
+    trashLedger_ = std::move(state);
+    emit trashLedgerChanged();
 }
 
 void AppModel::finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed) {
@@ -125,7 +155,7 @@ void AppModel::finishErasing(std::uint64_t bytes, const std::set<std::string>& s
     if (bytes > 0) {
         erasingBytes_ += bytes;
         emit erasingBytesChanged();
-        trashLedger_ = brantle::TrashLedger::standard().addFreed(bytes, settlingTrashed);
+        setTrashLedger(brantle::TrashLedger::standard().addFreed(bytes, settlingTrashed));
     }
     session_.runInBackground([this] {
         brantle::Eraser::standard().waitUntilIdle();
@@ -134,7 +164,7 @@ void AppModel::finishErasing(std::uint64_t bytes, const std::set<std::string>& s
             [this] {
                 erasingBytes_ = 0;
                 emit erasingBytesChanged();
-                setVolumeFor(target_.rootPath());
+                refreshVolumes();
             },
             Qt::QueuedConnection);
     });
@@ -145,8 +175,7 @@ void AppModel::refreshTrashLedger() {
     const auto trash = brantle::Locations::trashDirectory();
     const int folder = ::open(trash.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder >= 0) ::close(folder);
-    auto state = brantle::TrashLedger::standard().refresh(folder >= 0);
-    if (state != trashLedger_) trashLedger_ = std::move(state);
+    setTrashLedger(brantle::TrashLedger::standard().refresh(folder >= 0));
 }
 
 void AppModel::deleteClearedTrashNow() {
@@ -179,6 +208,12 @@ QVariantList AppModel::lowTideRows() const {
                         {"bytes", double(item.bytes)},
                         {"caution", QString::fromStdString(item.removal.caution().value_or(""))}});
     return rows;
+}
+
+QVariantMap AppModel::trashLedgerMap() const {
+    return {{"entries", qsizetype(trashLedger_.entries.size())},
+            {"waitingBytes", double(trashLedger_.waitingBytes())},
+            {"freedBytes", double(trashLedger_.freedBytes)}};
 }
 
 QVariantMap AppModel::trashResultMap() const {

@@ -3,6 +3,7 @@
 #include "AmbrelModel/AppModel.hpp"
 #include "AppWindow.hpp"
 #include "BrantleServices/Locations.hpp"
+#include "CleanupTexts.hpp"
 #include "RingItem.hpp"
 #include "RingKit/RingViewport.hpp"
 #include "RingKit/Theme.hpp"
@@ -221,6 +222,24 @@ TEST(MainWindow, HoverLightensTheSliceUnderThePointer) {
     pumpFrames();
     EXPECT_EQ(ring->hoveredIndex(), -1);
     EXPECT_TRUE(near(window->grabWindow(), probe.scene, probe.expected, 6));
+}
+
+// The sheet's counted texts: the plural follows each count, "it" or "them" the item count.
+TEST(CleanupTexts, CountedTexts) {
+    using T = ambrel::CleanupTexts;
+    const std::vector<std::pair<QString, const char*>> cases = {
+        {T::title(1, false), "Move 1 item to the Trash?"},
+        {T::title(3, true), "Delete 3 items permanently?"},
+        {T::warningsRead(1, 1), "I've read the 1 warning above and still want to remove it"},
+        {T::warningsRead(1, 2), "I've read the 1 warning above and still want to remove them"},
+        {T::warningsRead(2, 2), "I've read the 2 warnings above and still want to remove them"},
+        {T::headline(1, 4000, false), "Moved 1 item (4 KB) to the Trash"},
+        {T::headline(2, 0, true), "Deleted 2 items (0 bytes)"},
+        {T::body(1'200'000, false), "1.2 MB will be moved to the Trash. You can put anything "
+                                    "back from the Trash in Files until you empty it."},
+    };
+    for (const auto& [got, expected] : cases)
+        EXPECT_EQ(got.toStdString(), expected);
 }
 
 int main(int argc, char** argv) {

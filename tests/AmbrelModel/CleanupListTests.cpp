@@ -4,6 +4,7 @@
 
 #include "AmbrelModel/CleanupList.hpp"
 #include "AmbrelModel/RemovalRun.hpp"
+#include "BrantleCore/ByteFormat.hpp"
 #include "support/GuardForTests.hpp"
 
 #include <gtest/gtest.h>
@@ -160,4 +161,50 @@ TEST(CleanupList, ModelTakesMovedItemOutOfTheTree) {
     ASSERT_TRUE(settle(model, [&] { return model.erasingBytes() == 0; }));
     EXPECT_FALSE(std::filesystem::exists(trashed));
     EXPECT_TRUE(model.trashLedger().entries.empty());
+}
+
+TEST(CleanupList, TickedSuggestionsJoinTheListWithOneNotice) {
+    // A home of its own, so the only suggestions are the two caches made here.
+    TempFolder home;
+    const std::string shared = std::getenv("HOME");
+    setenv("HOME", home.path().c_str(), 1);
+    const auto one = home / ".cache/one";
+    const auto two = home / ".cache/two";
+    std::filesystem::create_directories(one);
+    writeFile(one + "/blob", std::string(2'000'000, 'a'));
+
+    struct Step {
+        const char* what;
+        std::vector<std::string> listed;
+        int count;
+    };
+    const std::vector<Step> steps = {
+        {"one ticked finding", {one}, 1},
+        {"two ticked, one of them listed already", {one, two}, 2},
+    };
+    for (const auto& step : steps) {
+        if (step.count == 2) {
+            std::filesystem::create_directories(two);
+            writeFile(two + "/blob", std::string(2'000'000, 'b'));
+        }
+        AppModel model;
+        model.load(ScanTarget::folder(home.path()), false);
+        ASSERT_TRUE(settleReady(model));
+        model.show(AppModel::Section::Shoreline);
+        ASSERT_TRUE(settle(
+            model, [&] { return model.shorelinePhase() == AppModel::ShorelinePhase::Ready; }));
+        ASSERT_EQ(model.shorelineChecked().size(), step.count) << step.what;
+        std::uint64_t bytes = 0;
+        for (const auto& path : step.listed)
+            bytes += model.tree()->size(*model.tree()->node(path));
+        if (step.count == 2) model.stage(QString::fromStdString(one));
+        model.sendCheckedToLowTide();
+        EXPECT_EQ(paths(model.cleanupList()), step.listed) << step.what;
+        EXPECT_EQ(
+            model.noticeText(),
+            CleanupList::addedText(step.count, QString::fromStdString(brantle::formatBytes(bytes))))
+            << step.what;
+        EXPECT_FALSE(model.noticeIsWarning());
+    }
+    setenv("HOME", shared.c_str(), 1);
 }

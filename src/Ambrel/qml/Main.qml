@@ -38,8 +38,20 @@ ApplicationWindow {
         onActivated: window.appModel.stopScan()
     }
 
+    // Delete reviews the Cleanup List wherever the keyboard is; the sheet's own Escape closes it.
+    Shortcut {
+        sequence: "Delete"
+        enabled: window.appModel.lowTide.length > 0 && !reviewSheet.visible
+        onActivated: reviewSheet.review(false)
+    }
+
     ItemMenu {
         id: itemMenu
+        appModel: window.appModel
+    }
+
+    ReviewSheet {
+        id: reviewSheet
         appModel: window.appModel
     }
 
@@ -81,34 +93,44 @@ ApplicationWindow {
             }
             Breadcrumbs {
                 appModel: window.appModel
+                visible: window.appModel.section !== AppModel.Section.LowTide
                 Layout.fillWidth: true
             }
         }
 
-        RowLayout {
+        StackLayout {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            spacing: 12
+            currentIndex: window.appModel.section === AppModel.Section.LowTide ? 1 : 0
 
-            RingView {
-                id: ringView
-                appModel: window.appModel
-                onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
-                onHoveredNodeChanged: itemList.hoveredNode = ringView.hoveredNode
-                reduceMotion: window.reduceMotion
-                Layout.fillWidth: true
-                Layout.fillHeight: true
-                Layout.preferredWidth: 3
+            RowLayout {
+                spacing: 12
+
+                RingView {
+                    id: ringView
+                    appModel: window.appModel
+                    onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
+                    onHoveredNodeChanged: itemList.hoveredNode = ringView.hoveredNode
+                    reduceMotion: window.reduceMotion
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                    Layout.preferredWidth: 3
+                }
+
+                ItemList {
+                    id: itemList
+                    appModel: window.appModel
+                    onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
+                    onHoveredNodeChanged: ringView.ring.showNode(itemList.hoveredNode)
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                    Layout.preferredWidth: 2
+                }
             }
 
-            ItemList {
-                id: itemList
+            CleanupPane {
                 appModel: window.appModel
-                onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
-                onHoveredNodeChanged: ringView.ring.showNode(itemList.hoveredNode)
-                Layout.fillWidth: true
-                Layout.fillHeight: true
-                Layout.preferredWidth: 2
+                onReview: permanent => reviewSheet.review(permanent)
             }
         }
 

@@ -12,7 +12,8 @@ Row {
     spacing: 4
 
     Repeater {
-        model: [{ name: "Explorer", section: AppModel.Section.Explorer }]
+        model: [{ name: "Explorer", section: AppModel.Section.Explorer },
+            { name: "Cleanup List", section: AppModel.Section.LowTide }]
         delegate: Button {
             required property var modelData
             text: modelData.name
@@ -20,6 +21,8 @@ Row {
             highlighted: switcher.appModel.section === modelData.section
             Accessible.name: text
             onClicked: switcher.appModel.section = modelData.section
+            // Qt Quick's buttons leave the accessible press to the item, which must honour `enabled`.
+            Accessible.onPressAction: if (enabled) clicked()
         }
     }
 }
