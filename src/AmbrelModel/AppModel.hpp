@@ -66,6 +66,7 @@ class AppModel : public QObject {
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
     Q_ENUM(Phase)
+    /// The panes; `LowTide` is the Cleanup List.
     enum class Section { Explorer, Shoreline, History, LowTide };
     Q_ENUM(Section)
     enum class ShorelinePhase { Idle, Analyzing, Ready, Unavailable };
