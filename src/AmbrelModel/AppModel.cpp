@@ -144,8 +144,9 @@ void AppModel::scanAsAdministrator() {
 
 void AppModel::leaveAdministratorScan() {
     if (adminClient_) {
+        // Abandoned, not waited for: pkexec may still be asking for the password.
         adminClient_->disconnect(this);
-        adminClient_->cancel();
+        adminClient_->abandon();
         adminClient_->deleteLater();
         adminClient_ = nullptr;
     }
