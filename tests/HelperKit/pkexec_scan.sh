@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # `brantle scan --as-administrator` through the real pkexec and polkitd, run by an unprivileged
 # user: a rule that grants the helper's action lets the scan read a folder only root can read;
-# a rule that refuses it ends the command with polkit's refusal.
+# a rule that refuses it ends the command with polkit's refusal; and pkexec asking for the
+# password ends on the user's own signal (what giving up an administrator scan sends it).
 #
 # Needs root (to start a system bus and polkitd) and the pkexec and polkitd packages; skipped
 # otherwise (exit 77). Everything it sets up — the system bus, polkit's actions and rules, the
@@ -15,7 +16,7 @@ skip() { echo "SKIP: $*"; exit 77; }
 
 if [ -z "${AMBREL_PKEXEC_NAMESPACE:-}" ]; then
     [ "$(id -u)" -eq 0 ] || skip "needs root to start a system bus and polkitd"
-    for tool in pkexec /usr/lib/polkit-1/polkitd dbus-daemon dbus-send unshare setpriv python3; do
+    for tool in pkexec /usr/lib/polkit-1/polkitd dbus-daemon dbus-send unshare setpriv script pgrep python3; do
         command -v "$tool" > /dev/null || skip "$tool is not installed (packages pkexec, polkitd)"
     done
     unshare --mount --propagation private true 2> /dev/null ||
@@ -34,7 +35,7 @@ trap finish EXIT
 
 fail() { echo "FAIL: $*"; exit 1; }
 
-# Two users unknown to the machine, seen only in this namespace.
+# Three users unknown to the machine, seen only in this namespace.
 free_id() {
     local id=$1
     while getent passwd "$id" > /dev/null || getent group "$id" > /dev/null; do id=$((id + 1)); done
@@ -42,9 +43,10 @@ free_id() {
 }
 granted=$(free_id 42420)
 refused=$(free_id $((granted + 1)))
+asked=$(free_id $((refused + 1)))
 cp /etc/passwd "$scratch/passwd"
 cp /etc/group "$scratch/group"
-for pair in "ambrel-granted:$granted" "ambrel-refused:$refused"; do
+for pair in "ambrel-granted:$granted" "ambrel-refused:$refused" "ambrel-asked:$asked"; do
     echo "${pair%%:*}:x:${pair#*:}:${pair#*:}::/nonexistent:/usr/sbin/nologin" >> "$scratch/passwd"
     echo "${pair%%:*}:x:${pair#*:}:" >> "$scratch/group"
 done
@@ -60,6 +62,7 @@ polkit.addRule(function(action, subject) {
     if (action.id != "app.ambrel.helper") return polkit.Result.NOT_HANDLED;
     if (subject.user == "ambrel-granted") return polkit.Result.YES;
     if (subject.user == "ambrel-refused") return polkit.Result.NO;
+    if (subject.user == "ambrel-asked") return polkit.Result.AUTH_ADMIN;
     return polkit.Result.NOT_HANDLED;
 });
 EOF
@@ -114,4 +117,18 @@ as_user "$refused" "$brantle" scan "$tree" --as-administrator --helper "$helper"
 grep -qx "brantle: the administrator helper isn't available (the authentication was refused)" \
     "$scratch/err" || fail "refused: $(cat "$scratch/err")"
 
-echo "pkexec: granted scan as root ($whole bytes), refused scan refused"
+# pkexec on a terminal asks for the password itself; it runs set-user-id root, yet its real
+# user may signal it.
+as_user "$asked" script -qec "pkexec $helper" /dev/null < /dev/null > "$scratch/asking" 2>&1 &
+asking=$!
+for _ in $(seq 100); do
+    grep -q "Password:" "$scratch/asking" && break
+    sleep 0.1
+done
+grep -q "Password:" "$scratch/asking" || fail "pkexec did not ask: $(cat "$scratch/asking")"
+pkexec_pid=$(pgrep -u 0 -U "$asked" -x pkexec) || fail "no pkexec of the asked user"
+as_user "$asked" kill -TERM "$pkexec_pid" || fail "the user cannot signal pkexec"
+wait "$asking" || true
+! kill -0 "$pkexec_pid" 2> /dev/null || fail "pkexec outlived the signal"
+
+echo "pkexec: granted scan as root ($whole bytes), refused scan refused, asking pkexec signalled"
