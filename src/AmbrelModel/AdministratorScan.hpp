@@ -30,8 +30,8 @@ public:
     /// Scans `rootPath`; a scan already running is abandoned first.
     void start(const std::string& rootPath);
     /// Gives the running scan up without waiting for it: the helper is told to end (pkexec
-    /// still asking for the password is stopped, which closes its dialog) and whatever it
-    /// still sends is ignored. No signal of that scan follows.
+    /// still asking for the password is stopped with its request) and whatever it still
+    /// sends is ignored. No signal of that scan follows.
     void abandon();
 
 signals:
