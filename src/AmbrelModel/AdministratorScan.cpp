@@ -5,66 +5,101 @@
 
 #include <QMetaObject>
 
+#include <mutex>
+#include <stop_token>
+#include <thread>
+
 namespace ambrel {
 
 using helperkit::AdminHelper;
+
+struct AdministratorScan::Job {
+    std::mutex lock;
+    AdministratorScan* owner; ///< null once abandoned; guarded by `lock`
+    std::stop_source stop;
+
+    explicit Job(AdministratorScan* scan) : owner(scan) {}
+
+    AdministratorScan* currentOwner() {
+        const std::lock_guard guard(lock);
+        return owner;
+    }
+};
 
 AdministratorScan::AdministratorScan(AdminHelper::Launch launch, QObject* parent)
     : QObject(parent), launch_(std::move(launch)) {}
 
 AdministratorScan::~AdministratorScan() {
-    cancel();
-    if (worker_.joinable()) worker_.join();
+    abandon();
 }
 
 void AdministratorScan::start(const std::string& rootPath) {
-    cancel();
-    if (worker_.joinable()) worker_.join();
-    worker_ = std::jthread([this, rootPath] { run(rootPath); });
+    abandon();
+    job_ = std::make_shared<Job>(this);
+    std::thread([job = job_, launch = launch_, rootPath] { run(job, launch, rootPath); }).detach();
 }
 
-void AdministratorScan::cancel() {
-    const std::lock_guard lock(lock_);
-    if (client_) client_->cancel();
+void AdministratorScan::abandon() {
+    if (!job_) return;
+    {
+        const std::lock_guard guard(job_->lock);
+        job_->owner = nullptr;
+    }
+    job_->stop.request_stop();
+    job_.reset();
 }
 
-void AdministratorScan::post(std::function<void()> call) {
-    QMetaObject::invokeMethod(this, std::move(call), Qt::QueuedConnection);
+void AdministratorScan::post(const std::shared_ptr<Job>& job,
+                             std::function<void(AdministratorScan&)> call) {
+    // Posted under the lock, so the owner is alive now; Qt drops the call if it is deleted
+    // before the call runs.
+    const std::lock_guard guard(job->lock);
+    if (!job->owner) return;
+    QMetaObject::invokeMethod(
+        job->owner,
+        [job, call = std::move(call)] {
+            if (AdministratorScan* owner = job->currentOwner()) call(*owner);
+        },
+        Qt::QueuedConnection);
 }
 
-void AdministratorScan::run(const std::string& rootPath) {
-    AdminHelper helper(launch_);
-    const auto readiness = helper.prepare();
+void AdministratorScan::run(const std::shared_ptr<Job>& job, const AdminHelper::Launch& launch,
+                            const std::string& rootPath) {
+    const std::stop_token stop = job->stop.get_token();
+    AdminHelper helper(launch);
+    const auto readiness = helper.prepare(stop);
     if (readiness.state != AdminHelper::Readiness::State::ready) {
         const bool approval = readiness.state == AdminHelper::Readiness::State::needsApproval;
         const auto message = QString::fromStdString(readiness.message);
-        return post([this, approval, message] { emit unavailable(approval, message); });
+        return post(job, [approval, message](AdministratorScan& scan) {
+            emit scan.unavailable(approval, message);
+        });
     }
-    std::shared_ptr<helperkit::HelperClient> client = helper.takeClient();
-    {
-        const std::lock_guard lock(lock_);
-        client_ = client;
-    }
-    auto blob = client->scan(rootPath, [this](std::int64_t files, std::uint64_t bytes) {
-        post([this, files, bytes] { emit progressed(brantle::ScanProgress{files, bytes, {}}); });
-    });
-    {
-        const std::lock_guard lock(lock_);
-        client_.reset();
-    }
+    const std::unique_ptr<helperkit::HelperClient> client = helper.takeClient();
+    auto blob = [&] {
+        const std::stop_callback giveUp(stop, [&] { client->abort(); });
+        return client->scan(rootPath, [job](std::int64_t files, std::uint64_t bytes) {
+            post(job, [files, bytes](AdministratorScan& scan) {
+                emit scan.progressed(brantle::ScanProgress{files, bytes, {}});
+            });
+        });
+    }();
+    // Waits for the helper to end: at once when signalled, else once it sees its input close.
     client->invalidate();
+    if (stop.stop_requested()) return;
     if (!blob) {
         const auto text = QString::fromStdString(blob.error().description());
-        return post([this, text] { emit stopped(text); });
+        return post(job, [text](AdministratorScan& scan) { emit scan.stopped(text); });
     }
     auto contents = brantle::Snapshot::decode(*blob);
     if (!contents) {
         const auto text = QString::fromStdString(brantle::describe(contents.error()));
-        return post([this, text] { emit stopped(text); });
+        return post(job, [text](AdministratorScan& scan) { emit scan.stopped(text); });
     }
+    if (stop.stop_requested()) return;
     StoredSnapshot::save(contents->tree, contents->meta.fsEventID);
     auto tree = std::make_shared<const brantle::FileTree>(std::move(contents->tree));
-    post([this, tree] { emit finished(tree); });
+    post(job, [tree](AdministratorScan& scan) { emit scan.finished(tree); });
 }
 
 } // namespace ambrel

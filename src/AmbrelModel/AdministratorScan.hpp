@@ -7,28 +7,32 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
 
 namespace ambrel {
 
 /// One scan through the administrator helper, in the background: prepares the helper (it may
 /// ask for the password), has it scan, decodes the batches and stores the tree as the
 /// snapshot of its root. Results come back as signals on the object's thread.
+///
+/// Nothing here ever waits for the helper: pkexec's password dialog may stay open for as long
+/// as the user likes, and a helper may hang. A scan given up is left to end on its own thread.
 class AdministratorScan : public QObject {
     Q_OBJECT
 
 public:
     explicit AdministratorScan(helperkit::AdminHelper::Launch launch, QObject* parent = nullptr);
-    /// Cancels the running scan and waits for its thread.
+    /// Abandons the running scan.
     ~AdministratorScan() override;
 
-    /// Scans `rootPath`; a scan already running is cancelled first.
+    /// Scans `rootPath`; a scan already running is abandoned first.
     void start(const std::string& rootPath);
-    /// Asks the helper to stop; `stopped` follows with "Cancelled".
-    void cancel();
+    /// Gives the running scan up without waiting for it: the helper is told to end (pkexec
+    /// still asking for the password is stopped with its request) and whatever it still
+    /// sends is ignored. No signal of that scan follows.
+    void abandon();
 
 signals:
     /// The helper cannot be used: `needsApproval`, or `failed` with its reason.
@@ -39,14 +43,15 @@ signals:
     void stopped(const QString& description);
 
 private:
-    void run(const std::string& rootPath);
-    /// Runs `call` on the object's thread.
-    void post(std::function<void()> call);
+    /// What a scan's thread shares with this object, which may be gone before the thread ends.
+    struct Job;
+    static void run(const std::shared_ptr<Job>& job, const helperkit::AdminHelper::Launch& launch,
+                    const std::string& rootPath);
+    /// Runs `call` on the object's thread unless the job has been abandoned by then.
+    static void post(const std::shared_ptr<Job>& job, std::function<void(AdministratorScan&)> call);
 
     helperkit::AdminHelper::Launch launch_;
-    std::mutex lock_;                                 ///< guards client_
-    std::shared_ptr<helperkit::HelperClient> client_; ///< the helper of the running scan
-    std::jthread worker_;
+    std::shared_ptr<Job> job_;
 };
 
 } // namespace ambrel

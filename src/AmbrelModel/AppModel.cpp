@@ -146,8 +146,9 @@ void AppModel::scanAsAdministrator() {
 
 void AppModel::leaveAdministratorScan() {
     if (adminClient_) {
+        // Abandoned, not waited for: pkexec may still be asking for the password.
         adminClient_->disconnect(this);
-        adminClient_->cancel();
+        adminClient_->abandon();
         adminClient_->deleteLater();
         adminClient_ = nullptr;
     }
@@ -298,16 +299,13 @@ void AppModel::recordHistory() {
     if (!tree || recordedTree_.lock() == tree) return;
     const auto home = brantle::Locations::homeIn(*tree);
     recordedTree_ = tree;
-    const bool coversHome = tree->node(home).has_value();
-    const bool hasApplications = tree->node("/Applications").has_value();
-    session_.runInBackground([this, tree, home, coversHome, hasApplications] {
+    const auto roots = SpaceWatch::historyRoots(*tree, home, *brantle::PlatformProfile::current());
+    session_.runInBackground([this, tree, roots] {
         const auto startupVolume = brantle::VolumeInfo::containing("/");
         const auto history = brantle::TideHistory::standard();
         auto summaries = history.load();
         bool saved = false;
-        if (coversHome) {
-            std::vector<std::string> roots{home};
-            if (hasApplications) roots.emplace_back("/Applications");
+        if (!roots.empty()) {
             const double date = static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000;
             const auto summary =
                 brantle::TideSummary::make(*tree, roots, startupVolume, date, 10'000'000, 6);

@@ -168,4 +168,14 @@ std::vector<brantle::Growth> SpaceWatch::growth(int days) const {
     return brantle::TideHistory::growth(*from, history.back(), 1);
 }
 
+std::vector<std::string> SpaceWatch::historyRoots(const brantle::FileTree& tree,
+                                                  const std::string& home,
+                                                  const brantle::PlatformProfile& profile) {
+    if (!tree.node(home)) return {};
+    std::vector<std::string> roots{home};
+    for (const auto& folder : profile.applicationFolders)
+        if (tree.node(folder)) roots.push_back(folder);
+    return roots;
+}
+
 } // namespace ambrel

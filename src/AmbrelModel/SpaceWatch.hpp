@@ -1,6 +1,8 @@
 #pragma once
 
+#include "BrantleCore/FileTree.hpp"
 #include "BrantleServices/Growth.hpp"
+#include "BrantleServices/PlatformProfile.hpp"
 #include "BrantleServices/TideAlert.hpp"
 
 #include <QObject>
@@ -56,6 +58,13 @@ public:
     void setWatchedPath(std::string path) { watchedPath_ = std::move(path); }
     /// Re-reads the watched volume's figures into the model when they changed.
     void refreshStartupVolume();
+
+    /// The folders the day's record lists: the home folder and the profile's application
+    /// folders, each only when `tree` holds it; none (nothing is recorded) when the tree does
+    /// not cover the home folder.
+    static std::vector<std::string> historyRoots(const brantle::FileTree& tree,
+                                                 const std::string& home,
+                                                 const brantle::PlatformProfile& profile);
 
 signals:
     /// A notification was clicked: show the window at its section.

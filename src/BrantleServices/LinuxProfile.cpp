@@ -49,6 +49,9 @@ PlatformProfile PlatformProfile::linux() {
     p.appDataFolders = {"~/.local/share", "~/.config", "~/.var/app"};
     p.disposableAppData = {"~/.var/app/*/cache", "~/.local/share/Trash"};
     p.applications = {{"", ".AppImage"}};
+    // Packages of their own, Flatpak's system installation and snaps; Flatpak's and
+    // AppImages' per-user places are inside the home folder.
+    p.applicationFolders = {"/opt", "/var/lib/flatpak", "/snap"};
     p.sharedFolders = {"/usr/local", "/opt", "/srv", "/var"};
     p.trashFolders = {"~/.local/share/Trash"};
     p.volumeTrashNames = {".Trash", ".Trash-*"};

@@ -46,6 +46,7 @@ PlatformProfile PlatformProfile::macOS() {
                            "~/Library/Developer/CoreSimulator/Caches",
                            "~/Library/pnpm/store"};
     p.applications = {{"/Applications", ".app"}};
+    p.applicationFolders = {"/Applications"};
     p.sharedFolders = {"/Library", "/usr/local", "/opt"};
     p.foldsCase = true;
     return p;

@@ -53,6 +53,9 @@ struct PlatformProfile {
     std::vector<std::string> appDataFolders;
     std::vector<std::string> disposableAppData;
     std::vector<AppPattern> applications;
+    /// Folders where applications are installed, outside the home folder: the usage history
+    /// records them beside the home folder.
+    std::vector<std::string> applicationFolders;
     /// Folders of software and settings shared by every user (caution inside them).
     std::vector<std::string> sharedFolders;
     /// The Trash: the user's Trash folders, the names of volumes' Trash folders ("*" stands

@@ -69,16 +69,19 @@ std::optional<std::string> AdminHelper::authenticationFailure(int status) const 
     return std::nullopt;
 }
 
-AdminHelper::Readiness AdminHelper::prepare() {
+AdminHelper::Readiness AdminHelper::prepare(std::stop_token stop) {
     client_.reset();
     if (auto refused = registration()) return *refused;
     // An answer with another version comes from an out-of-date helper: start the installed
     // program again, which replaces it.
-    for (int check = 0; check < maxChecks; ++check) {
+    for (int check = 0; check < maxChecks && !stop.stop_requested(); ++check) {
         auto client = HelperClient::start(launch_.command());
         if (!client) return Readiness::failed(client.error().detail);
-        const auto version = (*client)->version();
-        if (version && *version == expected_) {
+        const auto version = [&] {
+            const std::stop_callback giveUp(stop, [&] { (*client)->abort(); });
+            return (*client)->version();
+        }();
+        if (version && *version == expected_ && !stop.stop_requested()) {
             client_ = std::move(*client);
             return Readiness::ready();
         }

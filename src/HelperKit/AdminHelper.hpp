@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -51,8 +52,9 @@ public:
 
     /// Registration, then the version handshake, at most `maxChecks` times. When ready, the
     /// client that answered is kept for `takeClient`, so that the scan does not start (and
-    /// authorise) the helper a second time.
-    Readiness prepare();
+    /// authorise) the helper a second time. A stop request gives up the helper being asked
+    /// (pkexec may be waiting for the password) and fails at once.
+    Readiness prepare(std::stop_token stop = {});
 
     /// The client kept by the last successful `prepare`, or null.
     std::unique_ptr<HelperClient> takeClient() { return std::move(client_); }

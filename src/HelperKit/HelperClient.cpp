@@ -34,8 +34,8 @@ void closeIfOpen(int& fd) {
 } // namespace
 
 HelperClient::HelperClient(int fromHelper, int toHelper, pid_t process)
-    : fromHelper_(fromHelper), toHelper_(toHelper), process_(process),
-      channel_(fromHelper, toHelper) {
+    : fromHelper_(fromHelper), toHelper_(toHelper), channel_(fromHelper, toHelper),
+      process_(process) {
     if (::pipe2(stopPipe_, O_CLOEXEC) != 0) stopPipe_[0] = stopPipe_[1] = -1;
     reader_ = std::thread([this] { readLoop(); });
 }
@@ -94,11 +94,24 @@ int HelperClient::invalidate() {
     closeIfOpen(fromHelper_);
     closeIfOpen(stopPipe_[0]);
     closeIfOpen(stopPipe_[1]);
-    if (process_ < 0) return -1;
-    int status = 0;
-    while (::waitpid(process_, &status, 0) < 0) {
+    return reap();
+}
+
+int HelperClient::reap() {
+    pid_t process = -1;
+    {
+        const std::lock_guard lock(lock_);
+        process = process_;
+    }
+    if (process < 0) return -1;
+    // Waits without reaping, so that the id stays the helper's while `abort` may signal it.
+    siginfo_t info{};
+    while (::waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOWAIT) < 0) {
         if (errno != EINTR) return -1;
     }
+    const std::lock_guard lock(lock_);
+    int status = 0;
+    if (::waitpid(process, &status, 0) < 0) return -1;
     process_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
@@ -171,6 +184,15 @@ void HelperClient::cancel() {
     channel_.send(CancelRequest{});
 }
 
+void HelperClient::abort() {
+    const std::lock_guard lock(lock_);
+    // As the user, this may signal pkexec but not the root helper it became: that one ends
+    // when its input closes.
+    if (process_ >= 0) ::kill(process_, SIGTERM);
+    if (!disconnected_) disconnected_ = "the connection was given up";
+    changed_.notify_all();
+}
+
 void HelperClient::receive(std::vector<std::uint8_t> batch, std::uint64_t offset) {
     const std::lock_guard lock(lock_);
     batches_[offset] = std::move(batch);
@@ -207,7 +229,7 @@ void HelperClient::readLoop() {
         auto message = channel_.receive(stopPipe_[0]);
         if (!message) {
             const std::lock_guard lock(lock_);
-            disconnected_ = message.error();
+            if (!disconnected_) disconnected_ = message.error();
             changed_.notify_all();
             return;
         }

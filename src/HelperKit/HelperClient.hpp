@@ -48,6 +48,12 @@ public:
     /// Asks the helper to stop the running scan; no reply is awaited.
     void cancel();
 
+    /// Gives the connection up at once, from any thread: the calls waiting return with a
+    /// connection error and the helper is told to end (a signal, which reaches pkexec while it
+    /// waits for the password; a helper already running as root ends when `invalidate` closes
+    /// its input).
+    void abort();
+
     /// Closes the connection (the helper ends when its input closes) and waits for the helper
     /// process; its exit status (128 + the signal), or -1 without a process or when invalidated
     /// before. Any thread but the connection's.
@@ -72,17 +78,19 @@ private:
     std::expected<Message, HelperError> call(Message request);
     std::expected<void, HelperError> waitForBatches(std::uint64_t total);
     std::expected<std::vector<std::uint8_t>, HelperError> joinedBatches();
+    /// Waits for the helper process to end; its status as `invalidate` gives it.
+    int reap();
     void readLoop();
     void dispatch(Message message);
 
     int fromHelper_;
     int toHelper_;
-    pid_t process_;
     int stopPipe_[2] = {-1, -1};
     FrameChannel channel_;
     std::chrono::milliseconds batchTimeout_ = defaultBatchTimeout;
 
     mutable std::mutex lock_; ///< guards everything below
+    pid_t process_;           ///< until reaped, so that `abort` never signals a stranger
     std::condition_variable changed_;
     CallID nextCall_ = 1;
     std::map<CallID, Message> replies_;

@@ -1,6 +1,7 @@
 // The administrator scan of the model with the real helper over pipes: the tree arrives and
 // is stored as its root's snapshot; a helper that is missing or refuses says why, and the
-// model shows the regular scan with that reason.
+// model shows the regular scan with that reason; a helper that stalls is given up, not
+// waited for.
 #include "ModelEnvironment.hpp"
 
 #include "AmbrelModel/AdministratorScan.hpp"
@@ -12,7 +13,12 @@
 
 #include <QCoreApplication>
 
+#include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
 #include <thread>
 
 using namespace ambrel;
@@ -88,4 +94,42 @@ TEST(AdministratorScan, TheModelFallsBackToTheRegularScanWithItsNotice) {
     EXPECT_FALSE(model.adminScan());
     // The startup disk's regular snapshot is being loaded instead.
     EXPECT_EQ(model.phase(), AppModel::Phase::Updating);
+}
+
+TEST(AdministratorScan, AnotherScanGivesUpAStalledHelperWithoutWaitingForIt) {
+    // The helper stalls as pkexec does while its password dialog is open; left alone, it
+    // would end after 20 s and leave `ended` behind.
+    TempFolder work;
+    work.folder("tree");
+    work.file("tree/a", 5000);
+    ASSERT_EQ(::mkfifo((work / "never").c_str(), 0600), 0);
+    const std::string helper = work / "stalled-helper";
+    writeFile(helper, "#!/bin/bash\necho $$ > '" + (work / "pid") + "'\nread -t 20 <> '" +
+                          (work / "never") + "'\ntouch '" + (work / "ended") + "'\n");
+    std::filesystem::permissions(helper, std::filesystem::perms::owner_all);
+
+    AppModel model;
+    model.setHelperLaunch({helper, {}, false});
+    model.scanAsAdministrator();
+    const auto eventually = [&](const std::function<bool()>& done) {
+        for (int round = 0; round < 1000 && !done(); ++round) {
+            QCoreApplication::processEvents();
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return done();
+    };
+    ASSERT_TRUE(eventually([&] { return !fileText(work / "pid").empty(); }));
+    const pid_t pid = std::stoi(fileText(work / "pid"));
+
+    model.chooseFolder(QString::fromStdString(work / "tree"));
+    ASSERT_TRUE(settleReady(model));
+    EXPECT_EQ(model.target(), ScanTarget::folder(work / "tree"));
+    // The helper was stopped and reaped, not waited out.
+    EXPECT_TRUE(eventually([&] { return ::kill(pid, 0) != 0 && errno == ESRCH; }));
+    EXPECT_FALSE(std::filesystem::exists(work / "ended"));
+    // Nothing of the abandoned scan reaches the model.
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(model.notice().has_value());
+    EXPECT_FALSE(model.adminScan());
+    EXPECT_EQ(model.target(), ScanTarget::folder(work / "tree"));
 }

@@ -3,6 +3,7 @@
 #include "AmbrelModel/LoginItem.hpp"
 #include "AmbrelModel/Settings.hpp"
 #include "BrantleCore/ByteFormat.hpp"
+#include "BrantleCore/DiskScanner.hpp"
 #include "BrantleServices/Locations.hpp"
 #include "BrantleServices/TideHistory.hpp"
 #include "ModelEnvironment.hpp"
@@ -279,6 +280,29 @@ INSTANTIATE_TEST_SUITE_P(Folders, SpaceWatchHistory,
                          ::testing::Values(Recording{"Home", true, 1},
                                            Recording{"OutsideHome", false, 0}),
                          [](const auto& test) { return std::string(test.param.name); });
+
+TEST(SpaceWatch, TheDaysRecordListsHomeAndTheApplicationFoldersPresent) {
+    TempFolder disk;
+    for (const auto* folder : {"home", "home/u", "opt", "opt/tool", "apps"})
+        disk.folder(folder);
+    brantle::PlatformProfile profile;
+    profile.applicationFolders = {disk / "opt", disk / "snap", disk / "apps"};
+    const struct {
+        std::string scanned;
+        std::vector<std::string> roots;
+    } cases[] = {
+        {disk.path(), {disk / "home/u", disk / "opt", disk / "apps"}},
+        {disk / "home", {disk / "home/u"}},
+        {disk / "opt", {}}, // home not covered: nothing is recorded
+    };
+    for (const auto& c : cases) {
+        brantle::DiskScanner scanner(brantle::ScanOptions::forVolume(c.scanned), 1);
+        EXPECT_EQ(
+            ambrel::SpaceWatch::historyRoots(scanner.scan(c.scanned), disk / "home/u", profile),
+            c.roots)
+            << c.scanned;
+    }
+}
 
 TEST(LoginItem, WritesAndRemovesTheAutostartEntry) {
     AppModel model;

@@ -1,5 +1,5 @@
-// The client against a scripted helper: blocks missing after the reply, and blocks out of
-// order.
+// The client against a scripted helper: blocks missing after the reply, blocks out of
+// order, and a wait given up from another thread.
 #include "HelperProgram.hpp"
 
 #include "support/TempFolder.hpp"
@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
+#include <thread>
 
 using namespace helperkit;
 using namespace std::chrono_literals;
@@ -52,4 +54,19 @@ TEST(HelperClient, JoinsBlocksThatArriveOutOfOrderByOffset) {
     ASSERT_TRUE(contents.has_value());
     brantle::DiskScanner scanner(brantle::ScanOptions::forVolume(work.path()), 1);
     EXPECT_EQ(treeDump(contents->tree), treeDump(scanner.scan(work.path())));
+}
+
+TEST(HelperClient, AbortEndsTheWaitAtOnceAndStopsTheHelper) {
+    TempFolder work;
+    work.file("a", 3000);
+    const auto client = startScripted({"--batch-size", "32", "--announce", "3", "--send", "2"});
+    std::jthread giveUp([&] {
+        while (client->received() < 2)
+            std::this_thread::sleep_for(1ms);
+        client->abort();
+    });
+    EXPECT_FALSE(client->scan(work.path()).has_value()); // else a wait of 30 s
+    giveUp.join();
+    // Signalled: the scripted helper would otherwise stay until its input closes.
+    EXPECT_EQ(client->invalidate(), 128 + SIGTERM);
 }
