@@ -4,7 +4,9 @@
 #include "BrantleCore/Packages.hpp"
 
 #include <algorithm>
+#include <new>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <thread>
 #include <unistd.h>
 
@@ -36,6 +38,26 @@ std::string_view excludedNameIn(std::string_view folder, std::string_view exclud
     if (excluded[prefix - 1] != '/') return {};
     const std::string_view name = excluded.substr(prefix);
     return name.find('/') == std::string_view::npos ? name : std::string_view{};
+}
+
+/// The inodes in use on the volume holding `path`, or 0 when it does not say: no scan
+/// there meets more entries, further names of hard-linked files aside.
+std::int64_t inodesInUse(std::string_view path) {
+    struct statvfs info;
+    if (statvfs(std::string(path).c_str(), &info) != 0 || info.f_files < info.f_ffree) return 0;
+    return static_cast<std::int64_t>(info.f_files - info.f_ffree);
+}
+
+/// Reserves the columns for `expected` nodes plus 5%: only address space until nodes fill
+/// it, and the columns then never move. Where address space is counted strictly and
+/// refuses, the columns grow as nodes come.
+void reserveFor(FileTree& tree, std::int64_t expected) {
+    constexpr std::int64_t most = std::int64_t{1} << 30;
+    const std::int64_t nodes = std::min(expected + expected / 20, most);
+    try {
+        tree.reserve(static_cast<std::size_t>(nodes));
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 } // namespace
@@ -79,8 +101,8 @@ DiskScanner::DiskScanner(ScanOptions options, int workers,
 FileTree DiskScanner::scan(std::string_view path, std::int64_t expectedCount,
                            ProgressCallback progress) {
     FileTree tree(path);
-    if (expectedCount >= 1)
-        tree.reserve(static_cast<std::size_t>(expectedCount + expectedCount / 20));
+    const std::int64_t expected = expectedCount >= 1 ? expectedCount : inodesInUse(path);
+    if (expected >= 1) reserveFor(tree, expected);
     TreeSink sink(tree);
     scan(tree.rootPath(), sink, std::move(progress));
     tree.propagateSizes();

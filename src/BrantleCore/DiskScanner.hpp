@@ -41,8 +41,9 @@ public:
                 std::chrono::nanoseconds progressInterval = std::chrono::milliseconds(100));
 
     /// Scans `path` and returns its tree with sizes propagated; blocks until the scan finishes
-    /// or is cancelled (then the partial tree is returned). `expectedCount` >= 1 reserves that
-    /// many nodes plus 5%. `progress` runs on a worker thread, at most once per interval.
+    /// or is cancelled (then the partial tree is returned). Reserves `expectedCount` nodes
+    /// plus 5% or, below 1, as many as the volume has inodes in use (address space only).
+    /// `progress` runs on a worker thread, at most once per interval.
     FileTree scan(std::string_view path, std::int64_t expectedCount = 0,
                   ProgressCallback progress = {});
     /// The same into any sink; the root folder is `FileTree::root` there.
