@@ -5,12 +5,12 @@
 
 namespace brantle {
 
-/// Allocator for the tree's columns. Blocks of 2 MiB and more are mapped on their own and
-/// marked for transparent huge pages: filling a multi-million-node tree otherwise costs one
-/// page fault per 4 KiB, which on virtual machines is a large share of a whole scan.
-/// Smaller blocks come from the ordinary heap.
+/// Allocator for the tree's columns. Blocks of 256 KiB and more are mapped on their own
+/// without reserving memory for them, so that reserving a column for the expected count
+/// takes only address space: the column then fills in place, with no copy on growth and
+/// no memory for room it never uses. Smaller blocks come from the ordinary heap.
 namespace columnMemory {
-inline constexpr std::size_t hugeThreshold = std::size_t{2} << 20;
+inline constexpr std::size_t mappedThreshold = std::size_t{256} << 10;
 void* allocate(std::size_t bytes);
 void deallocate(void* block, std::size_t bytes) noexcept;
 } // namespace columnMemory

@@ -4,7 +4,9 @@
 #include "BrantleCore/Packages.hpp"
 
 #include <algorithm>
+#include <new>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <thread>
 #include <unistd.h>
 
@@ -38,6 +40,26 @@ std::string_view excludedNameIn(std::string_view folder, std::string_view exclud
     return name.find('/') == std::string_view::npos ? name : std::string_view{};
 }
 
+/// The inodes in use on the volume holding `path`, or 0 when it does not say: no scan
+/// there meets more entries, further names of hard-linked files aside.
+std::int64_t inodesInUse(std::string_view path) {
+    struct statvfs info;
+    if (statvfs(std::string(path).c_str(), &info) != 0 || info.f_files < info.f_ffree) return 0;
+    return static_cast<std::int64_t>(info.f_files - info.f_ffree);
+}
+
+/// Reserves the columns for `expected` nodes plus 5%: only address space until nodes fill
+/// it, and the columns then never move. Where address space is counted strictly and
+/// refuses, the columns grow as nodes come.
+void reserveFor(FileTree& tree, std::int64_t expected) {
+    constexpr std::int64_t most = std::int64_t{1} << 30;
+    const std::int64_t nodes = std::min(expected + expected / 20, most);
+    try {
+        tree.reserve(static_cast<std::size_t>(nodes));
+    } catch (const std::bad_alloc&) {
+    }
+}
+
 } // namespace
 
 NodeFlags DiskScanner::flagsFor(const DirEntry& entry) {
@@ -48,6 +70,19 @@ NodeFlags DiskScanner::flagsFor(const DirEntry& entry) {
     if (entry.error != 0) flags |= NodeFlags::unreadable;
     if (entry.isDir && Packages::isPackageName(entry.name)) flags |= NodeFlags::package;
     return flags;
+}
+
+void DiskScanner::Batch::clear() {
+    if (scanned.capacity() > DirEntryList::keptCapacity) {
+        scanned = {};
+        subfolders = {};
+    }
+    admitted = false;
+    scanned.clear();
+    subfolders.clear();
+    excluded.clear();
+    files = 0;
+    bytes = 0;
 }
 
 std::size_t DiskScanner::InodeKeyHash::operator()(const InodeKey& key) const {
@@ -66,8 +101,8 @@ DiskScanner::DiskScanner(ScanOptions options, int workers,
 FileTree DiskScanner::scan(std::string_view path, std::int64_t expectedCount,
                            ProgressCallback progress) {
     FileTree tree(path);
-    if (expectedCount >= 1)
-        tree.reserve(static_cast<std::size_t>(expectedCount + expectedCount / 20));
+    const std::int64_t expected = expectedCount >= 1 ? expectedCount : inodesInUse(path);
+    if (expected >= 1) reserveFor(tree, expected);
     TreeSink sink(tree);
     scan(tree.rootPath(), sink, std::move(progress));
     tree.propagateSizes();
@@ -85,6 +120,11 @@ void DiskScanner::scanInto(std::string_view path, Job& job) {
     job.queue.push_back({std::string(path), FileTree::root});
     job.pending = 1;
     job.allowed = options_.allowedDevices;
+    // Fixed now, so that workers judge entries outside the lock; a root that cannot be
+    // asked fixes it with its own listing, which no other folder runs beside.
+    struct stat info;
+    if (!job.allowed && ::stat(std::string(path).c_str(), &info) == 0)
+        job.allowed = std::set<DeviceNumber>{info.st_dev};
     job.started = Clock::now();
     runWorkers(job);
     std::lock_guard lock(mutex_);
@@ -119,9 +159,11 @@ void DiskScanner::runWorkers(Job& job) {
 
 void DiskScanner::work(Job& job) {
     DirectoryReader reader;
+    Batch batch;
     while (std::optional<Folder> folder = takeNext(job)) {
         const Listing listing = listFolder(reader, *folder);
-        record(job, *folder, listing);
+        prepare(job, *folder, listing, batch);
+        record(job, *folder, listing, batch);
     }
 }
 
@@ -170,13 +212,25 @@ DiskScanner::Listing DiskScanner::listFolder(DirectoryReader& reader, const Fold
     return listing;
 }
 
-void DiskScanner::record(Job& job, const Folder& folder, const Listing& listing) {
+void DiskScanner::prepare(Job& job, const Folder& folder, const Listing& listing, Batch& batch) {
+    batch.clear();
+    if (!listing.ok || !admitsDevice(job, listing.device)) return;
+    batch.admitted = true;
+    collectExclusions(folder.path, batch);
+    for (const DirEntry& entry : listing.entries) {
+        if (entry.name.empty() || isExcluded(batch, entry)) continue;
+        judge(job, batch, listing.device, entry);
+    }
+    nameSubfolders(folder, batch);
+}
+
+void DiskScanner::record(Job& job, const Folder& folder, const Listing& listing, Batch& batch) {
     std::optional<ScanProgress> report;
     bool wake = false;
     {
         std::lock_guard lock(mutex_);
         const std::size_t queuedBefore = job.queue.size();
-        addListing(job, folder, listing);
+        addListing(job, folder, listing, batch);
         --job.pending;
         report = progressDue(job);
         // Waiting workers need new work, the end of the scan, or nothing at all.
@@ -186,24 +240,18 @@ void DiskScanner::record(Job& job, const Folder& folder, const Listing& listing)
     if (report && job.progress) job.progress(*report);
 }
 
-void DiskScanner::addListing(Job& job, const Folder& folder, const Listing& listing) {
+void DiskScanner::addListing(Job& job, const Folder& folder, const Listing& listing, Batch& batch) {
     if (listing.ownSize) job.sink.describeFolder(folder.node, *listing.ownSize, listing.inode);
     if (!listing.ok) {
         job.sink.markFolder(folder.node, NodeFlags::unreadable);
         return;
     }
-    if (!admitsDevice(job, listing.device)) {
+    if (!batch.admitted) {
         job.sink.describeFolder(folder.node, 0, listing.inode);
         job.sink.markFolder(folder.node, NodeFlags::mountPoint);
         return;
     }
-    collectExclusions(folder.path);
-    scanned_.clear();
-    for (const DirEntry& entry : listing.entries) {
-        if (entry.name.empty() || isExcludedHere(entry)) continue;
-        judge(job, listing.device, entry);
-    }
-    place(job, folder);
+    place(job, folder, batch);
 }
 
 bool DiskScanner::admitsDevice(Job& job, DeviceNumber device) {
@@ -211,20 +259,20 @@ bool DiskScanner::admitsDevice(Job& job, DeviceNumber device) {
     return job.allowed->contains(device);
 }
 
-void DiskScanner::collectExclusions(std::string_view folder) {
-    excludedHere_.clear();
+void DiskScanner::collectExclusions(std::string_view folder, Batch& batch) const {
+    batch.excluded.clear();
     for (const std::string& excluded : options_.excludedPaths) {
         const std::string_view name = excludedNameIn(folder, excluded);
-        if (!name.empty()) excludedHere_.push_back(name);
+        if (!name.empty()) batch.excluded.push_back(name);
     }
 }
 
-bool DiskScanner::isExcludedHere(const DirEntry& entry) const {
-    return !excludedHere_.empty() &&
-           std::find(excludedHere_.begin(), excludedHere_.end(), entry.name) != excludedHere_.end();
+bool DiskScanner::isExcluded(const Batch& batch, const DirEntry& entry) {
+    return !batch.excluded.empty() && std::find(batch.excluded.begin(), batch.excluded.end(),
+                                                entry.name) != batch.excluded.end();
 }
 
-void DiskScanner::judge(Job& job, DeviceNumber device, const DirEntry& entry) {
+void DiskScanner::judge(Job& job, Batch& batch, DeviceNumber device, const DirEntry& entry) {
     NodeFlags flags = flagsFor(entry);
     std::uint64_t size = entry.allocSize;
     if (entry.isDir) {
@@ -234,34 +282,44 @@ void DiskScanner::judge(Job& job, DeviceNumber device, const DirEntry& entry) {
                              !job.allowed->contains(entry.device);
         if (foreign) flags |= NodeFlags::mountPoint;
         if (foreign || !folderBlocksCount) size = 0;
-    } else if (entry.linkCount >= 2) {
-        if (job.addedLinks) job.addedLinks->insert(entry.inode);
-        if (!isNewLink(job, device, entry.inode)) {
-            size = 0;
-            flags |= NodeFlags::hardlinkDuplicate;
-        }
+    } else if (entry.linkCount >= 2 && !isNewLink(job, device, entry.inode)) {
+        size = 0;
+        flags |= NodeFlags::hardlinkDuplicate;
     }
-    scanned_.push_back({&entry, size, flags});
-    ++job.files;
-    job.bytes += size;
+    batch.scanned.push_back({&entry, size, flags});
+    ++batch.files;
+    batch.bytes += size;
 }
 
-void DiskScanner::place(Job& job, const Folder& folder, std::unordered_set<NodeId>* handled) {
-    if (scanned_.empty()) return;
-    const NodeId first = job.sink.addListing(folder.node, scanned_);
-    for (std::size_t k = 0; k < scanned_.size(); ++k) {
-        const ScannedEntry& scanned = scanned_[k];
+void DiskScanner::nameSubfolders(const Folder& folder, Batch& batch) {
+    batch.subfolders.clear();
+    for (std::size_t k = 0; k < batch.scanned.size(); ++k) {
+        const ScannedEntry& scanned = batch.scanned[k];
         const DirEntry& entry = *scanned.entry;
         if (!entry.isDir || entry.error != 0 || scanned.flags.contains(NodeFlags::mountPoint))
             continue;
-        const auto node = static_cast<NodeId>(first + k);
-        job.queue.push_back({childPath(folder.path, entry.name), node, entry.device});
+        batch.subfolders.emplace_back(
+            k, Folder{childPath(folder.path, entry.name), FileTree::none, entry.device});
+    }
+}
+
+void DiskScanner::place(Job& job, const Folder& folder, Batch& batch,
+                        std::unordered_set<NodeId>* handled) {
+    job.files += batch.files;
+    job.bytes += batch.bytes;
+    if (batch.scanned.empty()) return;
+    const NodeId first = job.sink.addListing(folder.node, batch.scanned);
+    for (auto& [index, subfolder] : batch.subfolders) {
+        subfolder.node = static_cast<NodeId>(first + index);
+        if (handled) handled->insert(subfolder.node);
+        job.queue.push_back(std::move(subfolder));
         ++job.pending;
-        if (handled) handled->insert(node);
     }
 }
 
 bool DiskScanner::isNewLink(Job& job, DeviceNumber device, std::uint64_t inode) {
+    std::lock_guard lock(linksMutex_);
+    if (job.addedLinks) job.addedLinks->insert(inode);
     return job.seenLinks.insert(InodeKey{device, inode}).second;
 }
 

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace brantle {
@@ -24,8 +25,8 @@ class DirectoryReader;
 
 /// Walks a folder or volume with a fixed number of worker threads sharing one
 /// last-in-first-out stack of folders, one lock and one condition variable. Folders are read
-/// outside the lock and handed, one listing at a time, to a sink under it: the in-memory tree
-/// or any other `ScanSink`.
+/// and their entries judged outside the lock; each listing is then handed whole to a sink
+/// under it: the in-memory tree or any other `ScanSink`.
 ///
 /// Sizes are allocated bytes. Where folders' own blocks count (Linux), a folder's own size
 /// comes from its entry in its parent's listing, or from its descriptor for the root and for
@@ -40,8 +41,9 @@ public:
                 std::chrono::nanoseconds progressInterval = std::chrono::milliseconds(100));
 
     /// Scans `path` and returns its tree with sizes propagated; blocks until the scan finishes
-    /// or is cancelled (then the partial tree is returned). `expectedCount` >= 1 reserves that
-    /// many nodes plus 5%. `progress` runs on a worker thread, at most once per interval.
+    /// or is cancelled (then the partial tree is returned). Reserves `expectedCount` nodes
+    /// plus 5% or, below 1, as many as the volume has inodes in use (address space only).
+    /// `progress` runs on a worker thread, at most once per interval.
     FileTree scan(std::string_view path, std::int64_t expectedCount = 0,
                   ProgressCallback progress = {});
     /// The same into any sink; the root folder is `FileTree::root` there.
@@ -98,15 +100,30 @@ private:
         std::uint64_t inode = 0;
         std::span<const DirEntry> entries;
     };
+    /// What a worker makes of one listing outside the lock, so that only linking it into the
+    /// sink and queueing its subfolders happen under it: the judged entries, the subfolders
+    /// to read (by index into `scanned`; their node is known once linked) and the counters.
+    struct Batch {
+        bool admitted = false;
+        std::vector<ScannedEntry> scanned;
+        std::vector<std::pair<std::size_t, Folder>> subfolders;
+        std::vector<std::string_view> excluded;
+        std::int64_t files = 0;
+        std::uint64_t bytes = 0;
+        /// Empties it; storage grown by one very wide folder is given back.
+        void clear();
+    };
     /// The state of one running scan, shared by its workers under `mutex_`.
     struct Job {
         explicit Job(ScanSink& target) : sink(target) {}
         ScanSink& sink;
         std::vector<Folder> queue;
         std::int64_t pending = 0;
+        /// Fixed before the workers start (read by them without the lock).
         std::optional<std::set<DeviceNumber>> allowed;
+        /// Under `linksMutex_`.
         std::unordered_set<InodeKey, InodeKeyHash> seenLinks;
-        /// For a catch-up: the inodes of the multi-link files it added.
+        /// For a catch-up, under `linksMutex_`: the inodes of the multi-link files it added.
         std::optional<std::unordered_set<std::uint64_t>> addedLinks;
         Clock::time_point started;
         std::optional<Clock::time_point> lastProgress;
@@ -122,24 +139,29 @@ private:
     void work(Job& job);
     std::optional<Folder> takeNext(Job& job);
     static Listing listFolder(DirectoryReader& reader, const Folder& folder);
-    /// Merges one listing and reports progress outside the lock.
-    void record(Job& job, const Folder& folder, const Listing& listing);
-    /// Under the lock: flags a failed or foreign folder, or hands every entry to the sink and
-    /// queues the readable subfolders.
-    void addListing(Job& job, const Folder& folder, const Listing& listing);
+    /// Outside the lock: judges every entry of an admitted listing into `batch` and names
+    /// the subfolders to read.
+    void prepare(Job& job, const Folder& folder, const Listing& listing, Batch& batch);
+    /// Merges one prepared listing and reports progress outside the lock.
+    void record(Job& job, const Folder& folder, const Listing& listing, Batch& batch);
+    /// Under the lock: flags a failed or foreign folder, or links the batch into the sink.
+    void addListing(Job& job, const Folder& folder, const Listing& listing, Batch& batch);
     /// The flags a scan gives the node of this entry (hard-link duplicates aside).
     static NodeFlags flagsFor(const DirEntry& entry);
-    /// Judges one entry (size, flags, hard-link deduplication, counters) into `scanned_`.
-    void judge(Job& job, DeviceNumber device, const DirEntry& entry);
-    /// Hands `scanned_` to the sink as children of `folder` and queues the folders to read.
-    void place(Job& job, const Folder& folder, std::unordered_set<NodeId>* handled = nullptr);
-    /// Gathers the excluded names directly inside `folder` into `excludedHere_`.
-    void collectExclusions(std::string_view folder);
-    bool isExcludedHere(const DirEntry& entry) const;
+    /// Judges one entry (size, flags, hard-link deduplication, counters) into `batch`.
+    void judge(Job& job, Batch& batch, DeviceNumber device, const DirEntry& entry);
+    /// Names the readable subfolders among the batch's entries, children of `folder`.
+    static void nameSubfolders(const Folder& folder, Batch& batch);
+    /// Hands the batch to the sink as children of `folder` and queues its subfolders.
+    void place(Job& job, const Folder& folder, Batch& batch,
+               std::unordered_set<NodeId>* handled = nullptr);
+    /// Gathers the excluded names directly inside `folder` into the batch.
+    void collectExclusions(std::string_view folder, Batch& batch) const;
+    static bool isExcluded(const Batch& batch, const DirEntry& entry);
     /// Whether a listing of `device` may be entered; the first listing fixes the device when
     /// none was given.
     static bool admitsDevice(Job& job, DeviceNumber device);
-    static bool isNewLink(Job& job, DeviceNumber device, std::uint64_t inode);
+    bool isNewLink(Job& job, DeviceNumber device, std::uint64_t inode);
 
     /// Reads one listed folder again and reconciles its children with what it holds now;
     /// folders new to the tree go on the job's stack and into `handled`.
@@ -155,11 +177,10 @@ private:
     int workers_;
     std::chrono::nanoseconds progressInterval_;
     mutable std::mutex mutex_;
+    std::mutex linksMutex_; ///< for the hard-link sets only; taken after `mutex_`, if both
     std::condition_variable condition_;
     bool cancelled_ = false;
     ScanProgress lastTotals_;
-    std::vector<std::string_view> excludedHere_; ///< scratch for addListing, under the lock
-    std::vector<ScannedEntry> scanned_;          ///< scratch for addListing, under the lock
 };
 
 } // namespace brantle

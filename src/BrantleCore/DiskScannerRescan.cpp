@@ -162,14 +162,15 @@ void DiskScanner::reconcile(Job& job, FileTree& tree, const Folder& folder, cons
          child = tree.nextSibling(child))
         present.emplace(tree.nameBytes(child), child);
 
-    scanned_.clear();
+    Batch batch;
+    batch.admitted = true;
     std::vector<NodeId> gone;
-    collectExclusions(folder.path);
+    collectExclusions(folder.path, batch);
     for (const DirEntry& entry : listing.entries) {
-        if (entry.name.empty() || isExcludedHere(entry)) continue;
+        if (entry.name.empty() || isExcluded(batch, entry)) continue;
         const auto found = present.find(entry.name);
         if (found == present.end()) {
-            judge(job, listing.device, entry);
+            judge(job, batch, listing.device, entry);
             continue;
         }
         const NodeId node = found->second;
@@ -180,7 +181,7 @@ void DiskScanner::reconcile(Job& job, FileTree& tree, const Folder& folder, cons
                           (tree.flags(node) & identityFlags) == (flagsFor(entry) & identityFlags);
         if (!same) {
             gone.push_back(node);
-            judge(job, listing.device, entry);
+            judge(job, batch, listing.device, entry);
         } else if (entry.isDir) {
             // A kept folder's subtree stays as it is: a changed subfolder is listed itself.
             tree.update(node, 0, entry.mtime);
@@ -202,7 +203,8 @@ void DiskScanner::reconcile(Job& job, FileTree& tree, const Folder& folder, cons
     present.clear();
     for (const NodeId node : gone)
         tree.detach(node);
-    place(job, folder, &handled);
+    nameSubfolders(folder, batch);
+    place(job, folder, batch, &handled);
 }
 
 bool DiskScanner::isCancelled() const {
