@@ -404,10 +404,54 @@ def cleanup(home):
         process.wait(10)
 
 
+def suggestions(home):
+    # A home with one cache: the pane finds it, safe and ticked, and adds it to the list.
+    os.makedirs(os.path.join(home, ".cache", "thumbs"), exist_ok=True)
+    with open(os.path.join(home, ".cache", "thumbs", "blob"), "wb") as f:
+        f.write(os.urandom(3_000_000))
+    process = launch(home, home)
+    try:
+        app = wait_for(application)
+        check(app is not None, "the application is on the accessibility bus")
+        if app is None:
+            return
+        pane = wait_for(lambda: find(app, "Suggestions", pyatspi.ROLE_PUSH_BUTTON))
+        check(pane is not None, "the pane switcher offers \"Suggestions\"")
+        if pane is None:
+            return
+        act(pane, "Press")
+        headline = wait_for(lambda: find_where(app, lambda n: n.name.startswith("Found ") and
+                                               n.name.endswith(" you could clean up. Safe ones start ticked.")), 30)
+        check(headline is not None and " MB " in headline.name,
+              f"the headline names the megabytes found ({headline and headline.name!r})")
+        card = find(app, "App caches", pyatspi.ROLE_PUSH_BUTTON)
+        check(card is not None and "Safe" in description(card), "the card \"App caches\" says \"Safe\"")
+        if card is None:
+            return
+        act(card, "Press")
+        tick = wait_for(lambda: find(app, "thumbs", pyatspi.ROLE_CHECK_BOX), 5)
+        check(tick is not None and tick.getState().contains(pyatspi.STATE_CHECKED),
+              "the safe finding \"thumbs\" arrives ticked")
+        screenshot("suggestions.png")
+        act(find(app, "Add ticked to the Cleanup List", pyatspi.ROLE_PUSH_BUTTON), "Press")
+        check(wait_for(lambda: find_where(app, lambda n: n.name.startswith("Added 1 item (")
+                                          and n.name.endswith(") to the Cleanup List.")), 5)
+              is not None, "\"Add ticked to the Cleanup List\" says \"Added 1 item (…)\"")
+        mark = "In the Cleanup List"
+        check(wait_for(lambda: showing(find(app, mark, pyatspi.ROLE_LABEL)), 5),
+              f"the finding is marked {mark!r}")
+        screenshot("suggestions-added.png")
+    finally:
+        process.terminate()
+        process.wait(10)
+
+
 with tempfile.TemporaryDirectory() as home:
     explore(home)
 with tempfile.TemporaryDirectory() as home:
     cleanup(home)
+with tempfile.TemporaryDirectory() as home:
+    suggestions(home)
 with tempfile.TemporaryDirectory() as home:
     stop(home)
 print(f"{len(failures)} failure(s)")
