@@ -115,3 +115,20 @@ TEST(Suggestions, FindingsAgainstTheCleanupList) {
         EXPECT_EQ(model.pathStageState(finding), step.state) << step.what;
     }
 }
+
+TEST(Suggestions, DuplicatesStandUnderTheCopyThatIsKept) {
+    OwnHome home;
+    const std::string copy(50 * 1'048'576 + 4096, 'd');
+    for (const auto* folder : {"Documents", "Downloads"}) {
+        std::filesystem::create_directories(home.folder / folder);
+        writeFile(home.folder / folder + std::string("/film.mov"), copy);
+    }
+    AppModel model;
+    analyzed(model, home.folder.path());
+    QVariantMap duplicate;
+    for (const auto& category : model.shorelineRows())
+        if (category.toMap()["id"] == "duplicates")
+            duplicate = category.toMap()["findings"].toList().value(0).toMap();
+    EXPECT_EQ(duplicate["shownPath"], "~/Downloads/film.mov");
+    EXPECT_EQ(duplicate["group"], "~/Documents/film.mov");
+}
