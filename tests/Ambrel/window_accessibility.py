@@ -87,6 +87,14 @@ def key(name):
     time.sleep(0.25)
 
 
+def ctrl(digit):
+    # Keycodes of the X server's default map: Control_L is 37, "1" to "4" are 10 to 13.
+    pyatspi.Registry.generateKeyboardEvent(37, None, pyatspi.KEY_PRESS)
+    pyatspi.Registry.generateKeyboardEvent(9 + digit, None, pyatspi.KEY_PRESSRELEASE)
+    pyatspi.Registry.generateKeyboardEvent(37, None, pyatspi.KEY_RELEASE)
+    time.sleep(0.25)
+
+
 def screenshot(name):
     if SHOTS:
         os.makedirs(SHOTS, exist_ok=True)
@@ -441,6 +449,19 @@ def suggestions(home):
         check(wait_for(lambda: showing(find(app, mark, pyatspi.ROLE_LABEL)), 5),
               f"the finding is marked {mark!r}")
         screenshot("suggestions-added.png")
+
+        # Ctrl+3 shows the Cleanup List, Ctrl+1 the explorer; the keys go to the window
+        # under the pointer.
+        x, y = headline.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
+        pyatspi.Registry.generateMouseEvent(x + 5, y + 5, pyatspi.MOUSE_ABS)
+        time.sleep(0.3)
+        ctrl(3)
+        check(wait_for(lambda: find_where(app, lambda n: n.name == "Cleanup List" and
+                                          n.getRole() == pyatspi.ROLE_LIST and showing(n)), 3),
+              "Ctrl+3 shows the Cleanup List")
+        ctrl(1)
+        check(wait_for(lambda: showing(find(app, "Items", pyatspi.ROLE_LIST)), 3),
+              "Ctrl+1 shows the explorer")
     finally:
         process.terminate()
         process.wait(10)
