@@ -441,6 +441,23 @@ def suggestions(home):
         check(tick is not None and tick.getState().contains(pyatspi.STATE_CHECKED),
               "the safe finding \"thumbs\" arrives ticked")
         screenshot("suggestions.png")
+        act(tick, "Toggle")
+        check(wait_for(lambda: find_where(app, lambda n: n.name.startswith("0 ticked · ")), 3)
+              and not tick.getState().contains(pyatspi.STATE_CHECKED), "the tick box unticks")
+        act(tick, "Toggle")
+        check(wait_for(lambda: find_where(app, lambda n: n.name.startswith("1 ticked · ")), 3)
+              and tick.getState().contains(pyatspi.STATE_CHECKED), "and ticks again")
+        # The finding's menu from the keyboard: the keys go to the window under the pointer.
+        x, y = tick.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
+        pyatspi.Registry.generateMouseEvent(x + 2, y + 2, pyatspi.MOUSE_ABS)
+        act(tick, "SetFocus")
+        time.sleep(0.2)
+        key("Menu")
+        check(wait_for(lambda: find(app, "Show in Files", pyatspi.ROLE_MENU_ITEM), 5) is not None
+              and find(app, "Copy Path", pyatspi.ROLE_MENU_ITEM) is not None,
+              "the finding's menu offers \"Show in Files\" and \"Copy Path\"")
+        screenshot("suggestions-menu.png")
+        key("Escape")
         act(find(app, "Add ticked to the Cleanup List", pyatspi.ROLE_PUSH_BUTTON), "Press")
         check(wait_for(lambda: find_where(app, lambda n: n.name.startswith("Added 1 item (")
                                           and n.name.endswith(") to the Cleanup List.")), 5)

@@ -41,10 +41,16 @@ Item {
             checked: finding.ticked
             Accessible.name: finding.findingData.name
             Accessible.description: finding.findingData.reason
-            // The model owns the tick; the box only asks, so its binding stays.
-            nextCheckState: () => {
-                finding.appModel.setChecked(finding.findingData.path, !finding.ticked)
-                return finding.ticked ? Qt.Checked : Qt.Unchecked
+            // The model owns the tick: the box's own changes (a click, an assistive toggle) are
+            // passed on, and the binding brings back the model's answer.
+            onCheckedChanged: if (checked !== finding.ticked)
+                finding.appModel.setChecked(finding.findingData.path, checked)
+            // The menu from the keyboard, as on the explorer's rows.
+            Keys.onPressed: event => {
+                if (event.key === Qt.Key_Menu || (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier))) {
+                    finding.menuRequested(finding.findingData.path, tick, 0, tick.height)
+                    event.accepted = true
+                }
             }
         }
         Rectangle {
