@@ -75,7 +75,10 @@ Rectangle {
                         color: SafetyLook.colour(card.category.safety)
                     }
                 }
+                // A fixed width keeps the safety badges of all cards in one column.
                 ColumnLayout {
+                    Layout.preferredWidth: 90
+                    Layout.fillWidth: false
                     spacing: 0
                     Label {
                         Layout.fillWidth: true
