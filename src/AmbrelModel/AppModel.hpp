@@ -62,6 +62,11 @@ class AppModel : public QObject {
     Q_PROPERTY(double trashBytes READ trashBytes NOTIFY trashBytesChanged)
     Q_PROPERTY(QVariantMap trashResult READ trashResultMap NOTIFY removalFinished)
     Q_PROPERTY(QVariantMap trashLedger READ trashLedgerMap NOTIFY trashLedgerChanged)
+    Q_PROPERTY(QVariantList shoreline READ shorelineRows NOTIFY shorelineChanged)
+    Q_PROPERTY(double shorelineTotal READ shorelineTotalValue NOTIFY shorelineChanged)
+    Q_PROPERTY(int checkedCount READ checkedCount NOTIFY shorelineCheckedChanged)
+    Q_PROPERTY(double checkedBytes READ checkedBytesValue NOTIFY shorelineCheckedChanged)
+    Q_PROPERTY(int historyDays READ historyDays NOTIFY historyChanged)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -158,6 +163,27 @@ public:
     }
     /// Adds every ticked suggestion, in order, and says how many and how much were ticked.
     Q_INVOKABLE void sendCheckedToLowTide();
+    /// Ticks or unticks a suggestion; paths that are no finding are ignored.
+    Q_INVOKABLE void setChecked(const QString& path, bool checked);
+    Q_INVOKABLE bool isChecked(const QString& path) const {
+        return shorelineChecked_.contains(path);
+    }
+    /// Where a path stands against the Cleanup List: 0 none, 1 listed, 2 inside a listed item.
+    Q_INVOKABLE int pathStageState(const QString& path) const {
+        return int(lowTide_.stageState(path.toStdString()));
+    }
+    /// The live node of the tree at `path`, or −1; for the menus of rows that carry a path.
+    Q_INVOKABLE int nodeOf(const QString& path) const;
+    /// The suggestions as the pane shows them: each category with its figures and findings.
+    QVariantList shorelineRows() const;
+    /// Bytes of every finding of every category.
+    std::uint64_t shorelineTotal() const;
+    double shorelineTotalValue() const { return double(shorelineTotal()); }
+    int checkedCount() const;
+    /// Bytes of the ticked findings.
+    std::uint64_t checkedBytes() const;
+    double checkedBytesValue() const { return double(checkedBytes()); }
+    int historyDays() const { return int(history_.size()); }
     /// Removal runs in the background; `removalFinished` brings `trashResult`.
     Q_INVOKABLE void moveToTrash();
     Q_INVOKABLE void deleteImmediately();

@@ -60,19 +60,15 @@ void AppModel::unstage(const QString& id) {
 
 void AppModel::sendCheckedToLowTide() {
     requireMainThread();
-    int count = 0;
-    std::uint64_t bytes = 0;
     for (const auto& category : shoreline_)
-        for (const auto& finding : category.findings) {
-            const auto path = QString::fromStdString(finding.path);
-            if (!shorelineChecked_.contains(path)) continue;
-            stage(path);
-            ++count;
-            if (__builtin_add_overflow(bytes, finding.bytes, &bytes))
-                brantle::fatal("ticked suggestions' byte sum overflows");
-        }
+        for (const auto& finding : category.findings)
+            if (const auto path = QString::fromStdString(finding.path);
+                shorelineChecked_.contains(path))
+                stage(path);
     setNotice(Notice::make(
-        CleanupList::addedText(count, QString::fromStdString(brantle::formatBytes(bytes))), false));
+        CleanupList::addedText(checkedCount(),
+                               QString::fromStdString(brantle::formatBytes(checkedBytes()))),
+        false));
 }
 
 int AppModel::stageState(int node) const {

@@ -87,6 +87,14 @@ def key(name):
     time.sleep(0.25)
 
 
+def ctrl(digit):
+    # Keycodes of the X server's default map: Control_L is 37, "1" to "4" are 10 to 13.
+    pyatspi.Registry.generateKeyboardEvent(37, None, pyatspi.KEY_PRESS)
+    pyatspi.Registry.generateKeyboardEvent(9 + digit, None, pyatspi.KEY_PRESSRELEASE)
+    pyatspi.Registry.generateKeyboardEvent(37, None, pyatspi.KEY_RELEASE)
+    time.sleep(0.25)
+
+
 def screenshot(name):
     if SHOTS:
         os.makedirs(SHOTS, exist_ok=True)
@@ -404,10 +412,84 @@ def cleanup(home):
         process.wait(10)
 
 
+def suggestions(home):
+    # A home with one cache: the pane finds it, safe and ticked, and adds it to the list.
+    os.makedirs(os.path.join(home, ".cache", "thumbs"), exist_ok=True)
+    with open(os.path.join(home, ".cache", "thumbs", "blob"), "wb") as f:
+        f.write(os.urandom(3_000_000))
+    process = launch(home, home)
+    try:
+        app = wait_for(application)
+        check(app is not None, "the application is on the accessibility bus")
+        if app is None:
+            return
+        pane = wait_for(lambda: find(app, "Suggestions", pyatspi.ROLE_PUSH_BUTTON))
+        check(pane is not None, "the pane switcher offers \"Suggestions\"")
+        if pane is None:
+            return
+        act(pane, "Press")
+        headline = wait_for(lambda: find_where(app, lambda n: n.name.startswith("Found ") and
+                                               n.name.endswith(" you could clean up. Safe ones start ticked.")), 30)
+        check(headline is not None and " MB " in headline.name,
+              f"the headline names the megabytes found ({headline and headline.name!r})")
+        card = find(app, "App caches", pyatspi.ROLE_PUSH_BUTTON)
+        check(card is not None and "Safe" in description(card), "the card \"App caches\" says \"Safe\"")
+        if card is None:
+            return
+        act(card, "Press")
+        tick = wait_for(lambda: find(app, "thumbs", pyatspi.ROLE_CHECK_BOX), 5)
+        check(tick is not None and tick.getState().contains(pyatspi.STATE_CHECKED),
+              "the safe finding \"thumbs\" arrives ticked")
+        screenshot("suggestions.png")
+        act(tick, "Toggle")
+        check(wait_for(lambda: find_where(app, lambda n: n.name.startswith("0 ticked · ")), 3)
+              and not tick.getState().contains(pyatspi.STATE_CHECKED), "the tick box unticks")
+        act(tick, "Toggle")
+        check(wait_for(lambda: find_where(app, lambda n: n.name.startswith("1 ticked · ")), 3)
+              and tick.getState().contains(pyatspi.STATE_CHECKED), "and ticks again")
+        # The finding's menu from the keyboard: the keys go to the window under the pointer.
+        x, y = tick.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
+        pyatspi.Registry.generateMouseEvent(x + 2, y + 2, pyatspi.MOUSE_ABS)
+        act(tick, "SetFocus")
+        time.sleep(0.2)
+        key("Menu")
+        check(wait_for(lambda: find(app, "Show in Files", pyatspi.ROLE_MENU_ITEM), 5) is not None
+              and find(app, "Copy Path", pyatspi.ROLE_MENU_ITEM) is not None,
+              "the finding's menu offers \"Show in Files\" and \"Copy Path\"")
+        screenshot("suggestions-menu.png")
+        key("Escape")
+        act(find(app, "Add ticked to the Cleanup List", pyatspi.ROLE_PUSH_BUTTON), "Press")
+        check(wait_for(lambda: find_where(app, lambda n: n.name.startswith("Added 1 item (")
+                                          and n.name.endswith(") to the Cleanup List.")), 5)
+              is not None, "\"Add ticked to the Cleanup List\" says \"Added 1 item (…)\"")
+        mark = "In the Cleanup List"
+        check(wait_for(lambda: showing(find(app, mark, pyatspi.ROLE_LABEL)), 5),
+              f"the finding is marked {mark!r}")
+        screenshot("suggestions-added.png")
+
+        # Ctrl+3 shows the Cleanup List, Ctrl+1 the explorer; the keys go to the window
+        # under the pointer.
+        x, y = headline.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
+        pyatspi.Registry.generateMouseEvent(x + 5, y + 5, pyatspi.MOUSE_ABS)
+        time.sleep(0.3)
+        ctrl(3)
+        check(wait_for(lambda: find_where(app, lambda n: n.name == "Cleanup List" and
+                                          n.getRole() == pyatspi.ROLE_LIST and showing(n)), 3),
+              "Ctrl+3 shows the Cleanup List")
+        ctrl(1)
+        check(wait_for(lambda: showing(find(app, "Items", pyatspi.ROLE_LIST)), 3),
+              "Ctrl+1 shows the explorer")
+    finally:
+        process.terminate()
+        process.wait(10)
+
+
 with tempfile.TemporaryDirectory() as home:
     explore(home)
 with tempfile.TemporaryDirectory() as home:
     cleanup(home)
+with tempfile.TemporaryDirectory() as home:
+    suggestions(home)
 with tempfile.TemporaryDirectory() as home:
     stop(home)
 print(f"{len(failures)} failure(s)")

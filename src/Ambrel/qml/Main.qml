@@ -93,7 +93,7 @@ ApplicationWindow {
             }
             Breadcrumbs {
                 appModel: window.appModel
-                visible: window.appModel.section !== AppModel.Section.LowTide
+                visible: window.appModel.section === AppModel.Section.Explorer
                 Layout.fillWidth: true
             }
         }
@@ -101,7 +101,17 @@ ApplicationWindow {
         StackLayout {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            currentIndex: window.appModel.section === AppModel.Section.LowTide ? 1 : 0
+            currentIndex: {
+                switch (window.appModel.section) {
+                case AppModel.Section.LowTide:
+                    return 1
+                case AppModel.Section.Shoreline:
+                    return 2
+                case AppModel.Section.History:
+                    return 3
+                }
+                return 0
+            }
 
             RowLayout {
                 spacing: 12
@@ -131,6 +141,11 @@ ApplicationWindow {
             CleanupPane {
                 appModel: window.appModel
                 onReview: permanent => reviewSheet.review(permanent)
+            }
+
+            SuggestionsPane {
+                appModel: window.appModel
+                onMenuRequested: (path, anchor, x, y) => itemMenu.openFor(window.appModel.nodeOf(path), path, false, anchor, x, y)
             }
         }
 
