@@ -11,6 +11,7 @@ ApplicationWindow {
     required property url homeFolder
     // Made on first use: building the dialog slows the window's first frame.
     property FolderChooser folderDialog: null
+    property SettingsWindow settingsWindow: null
 
     width: 1100
     height: 720
@@ -38,6 +39,20 @@ ApplicationWindow {
         onActivated: window.appModel.stopScan()
     }
 
+    Shortcut {
+        sequence: "Ctrl+,"
+        onActivated: {
+            if (!window.settingsWindow)
+                window.settingsWindow = settingsMaker.createObject(window, { appModel: window.appModel }) as SettingsWindow
+            window.settingsWindow.show()
+            window.settingsWindow.raise()
+        }
+    }
+    Shortcut {
+        sequence: "Ctrl+4"
+        onActivated: window.appModel.section = AppModel.Section.History
+    }
+
     // Delete reviews the Cleanup List wherever the keyboard is; the sheet's own Escape closes it.
     Shortcut {
         sequence: "Delete"
@@ -58,6 +73,10 @@ ApplicationWindow {
     Component {
         id: folderChooser
         FolderChooser {}
+    }
+    Component {
+        id: settingsMaker
+        SettingsWindow {}
     }
 
     header: Toolbar {
@@ -93,7 +112,7 @@ ApplicationWindow {
             }
             Breadcrumbs {
                 appModel: window.appModel
-                visible: window.appModel.section !== AppModel.Section.LowTide
+                visible: window.appModel.section === AppModel.Section.Explorer
                 Layout.fillWidth: true
             }
         }
@@ -101,7 +120,8 @@ ApplicationWindow {
         StackLayout {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            currentIndex: window.appModel.section === AppModel.Section.LowTide ? 1 : 0
+            currentIndex: window.appModel.section === AppModel.Section.LowTide ? 1
+                : window.appModel.section === AppModel.Section.History ? 2 : 0
 
             RowLayout {
                 spacing: 12
@@ -131,6 +151,12 @@ ApplicationWindow {
             CleanupPane {
                 appModel: window.appModel
                 onReview: permanent => reviewSheet.review(permanent)
+            }
+
+            // Made when first shown: the chart library is loaded only for it.
+            Loader {
+                readonly property bool shown: window.appModel.section === AppModel.Section.History
+                onShownChanged: if (shown && !item) setSource("HistoryPane.qml", { appModel: window.appModel })
             }
         }
 
