@@ -56,6 +56,10 @@ class AppModel : public QObject {
     Q_PROPERTY(bool adminScan READ adminScan NOTIFY adminScanChanged)
     Q_PROPERTY(bool showMenuBar READ showMenuBar WRITE setShowMenuBar NOTIFY showMenuBarChanged)
     Q_PROPERTY(bool openAtLogin READ openAtLogin WRITE setOpenAtLogin NOTIFY openAtLoginChanged)
+    Q_PROPERTY(QVariantList usageHistory READ usageHistory NOTIFY historyChanged)
+    Q_PROPERTY(QVariantList weekGrowth READ weekGrowth NOTIFY historyChanged)
+    Q_PROPERTY(QVariantList monthGrowth READ monthGrowth NOTIFY historyChanged)
+    Q_PROPERTY(QString forecastText READ forecastText NOTIFY historyChanged)
     Q_PROPERTY(QVariantList lowTide READ lowTideRows NOTIFY lowTideChanged)
     Q_PROPERTY(double stagedBytes READ stagedBytesValue NOTIFY lowTideChanged)
     Q_PROPERTY(double erasingBytes READ erasingBytes NOTIFY erasingBytesChanged)
@@ -141,6 +145,20 @@ public:
     /// Ambrel starts at login, in the tray only.
     bool openAtLogin() const;
     void setOpenAtLogin(bool on);
+    /// The alert switches ("alertLowSpace", "alertFillingFast", "alertBigGrowth"); another
+    /// key reads false and is not stored.
+    Q_INVOKABLE bool alertSwitch(const QString& key) const;
+    Q_INVOKABLE void setAlertSwitch(const QString& key, bool on);
+    /// Removes every stored snapshot, so each target is scanned afresh, and says how much
+    /// that freed.
+    Q_INVOKABLE QString clearStoredScans();
+
+    /// The History pane's figures: used and total space per day, what grew over the last 7
+    /// and 30 days, and the forecast in words.
+    QVariantList usageHistory() const;
+    QVariantList weekGrowth() const;
+    QVariantList monthGrowth() const;
+    QString forecastText() const;
     /// Replaces the notice; an equal notice changes nothing.
     void setNotice(std::optional<Notice> notice);
     /// Shows `text` as a warning: what the window could not do (an empty text: nothing).

@@ -3,6 +3,8 @@
 #include "AmbrelModel/ScanTarget.hpp"
 #include "BrantleCore/PathText.hpp"
 
+#include <filesystem>
+
 namespace ambrel::StoredSnapshot {
 
 namespace {
@@ -24,6 +26,21 @@ std::optional<brantle::Snapshot::Contents> load(const std::string& rootPath) {
 void save(const brantle::FileTree& tree, brantle::ChangeHistory::EventID eventID) {
     const auto& root = tree.rootPath();
     (void)brantle::Snapshot::save(tree, {root, secondsSince1970(), eventID}, snapshotPath(root));
+}
+
+std::uint64_t clearAll() {
+    namespace fs = std::filesystem;
+    const auto folder = fs::path(snapshotPath("/")).parent_path();
+    std::uint64_t freed = 0;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        std::error_code fileError;
+        if (!entry.is_regular_file(fileError)) continue;
+        const auto bytes = entry.file_size(fileError);
+        if (fileError) continue;
+        if (fs::remove(entry.path(), fileError)) freed += bytes;
+    }
+    return freed;
 }
 
 } // namespace ambrel::StoredSnapshot

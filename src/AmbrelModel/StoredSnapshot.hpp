@@ -4,6 +4,7 @@
 #include "BrantleCore/FileTree.hpp"
 #include "BrantleCore/Snapshot.hpp"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,10 @@ std::optional<brantle::Snapshot::Contents> load(const std::string& rootPath);
 /// Stores `tree` as the snapshot of its root, taken at `eventID`; a failure is ignored (the
 /// next launch scans again).
 void save(const brantle::FileTree& tree, brantle::ChangeHistory::EventID eventID);
+
+/// Removes every file of the snapshot folder and returns the bytes those files held; a file
+/// that cannot be removed is left and not counted.
+std::uint64_t clearAll();
 
 } // namespace StoredSnapshot
 

@@ -11,6 +11,7 @@ ApplicationWindow {
     required property url homeFolder
     // Made on first use: building the dialog slows the window's first frame.
     property FolderChooser folderDialog: null
+    property SettingsWindow settingsWindow: null
 
     width: 1100
     height: 720
@@ -38,6 +39,16 @@ ApplicationWindow {
         onActivated: window.appModel.stopScan()
     }
 
+    Shortcut {
+        sequence: "Ctrl+,"
+        onActivated: {
+            if (!window.settingsWindow)
+                window.settingsWindow = settingsMaker.createObject(window, { appModel: window.appModel }) as SettingsWindow
+            window.settingsWindow.show()
+            window.settingsWindow.raise()
+        }
+    }
+
     // Delete reviews the Cleanup List wherever the keyboard is; the sheet's own Escape closes it.
     Shortcut {
         sequence: "Delete"
@@ -58,6 +69,10 @@ ApplicationWindow {
     Component {
         id: folderChooser
         FolderChooser {}
+    }
+    Component {
+        id: settingsMaker
+        SettingsWindow {}
     }
 
     header: Toolbar {
@@ -146,6 +161,12 @@ ApplicationWindow {
             SuggestionsPane {
                 appModel: window.appModel
                 onMenuRequested: (path, anchor, x, y) => itemMenu.openFor(window.appModel.nodeOf(path), path, false, anchor, x, y)
+            }
+
+            // Made when first shown: the chart library is loaded only for it.
+            Loader {
+                readonly property bool shown: window.appModel.section === AppModel.Section.History
+                onShownChanged: if (shown && !item) setSource("HistoryPane.qml", { appModel: window.appModel })
             }
         }
 

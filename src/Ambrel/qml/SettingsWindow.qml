@@ -1,0 +1,110 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Ambrel
+
+// Space Watch's switches and the stored scans. Each switch is stored as it is flipped.
+Window {
+    id: settings
+
+    required property AppModel appModel
+
+    title: "Ambrel Settings"
+    width: 480
+    height: content.implicitHeight + 32
+    minimumWidth: 420
+    minimumHeight: content.implicitHeight + 32
+    color: Theme.window
+
+    Shortcut {
+        sequence: "Escape"
+        onActivated: settings.close()
+    }
+
+    ColumnLayout {
+        id: content
+        anchors.fill: parent
+        anchors.margins: 16
+        spacing: 6
+
+        Label {
+            text: "Space Watch"
+            font.bold: true
+            color: Theme.text
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        CheckBox {
+            text: "Show Space Watch in the menu bar"
+            checked: settings.appModel.showMenuBar
+            onToggled: settings.appModel.showMenuBar = checked
+            Accessible.name: text
+        }
+        CheckBox {
+            text: "Open Ambrel at login"
+            checked: settings.appModel.openAtLogin
+            onToggled: settings.appModel.openAtLogin = checked
+            Accessible.name: text
+        }
+        Label {
+            Layout.fillWidth: true
+            text: "While Ambrel runs, it catches up on changes every 6 hours and records a small daily summary for History."
+            color: Theme.secondaryText
+            wrapMode: Text.WordWrap
+            Accessible.name: text
+        }
+
+        Label {
+            Layout.topMargin: 10
+            text: "Alerts"
+            font.bold: true
+            color: Theme.text
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        Repeater {
+            model: [{ key: "alertLowSpace", text: "When free space drops below 10% (or 20 GB)" },
+                { key: "alertFillingFast", text: "When the disk will fill within a week" },
+                { key: "alertBigGrowth", text: "When a folder grows by 5 GB in a day" }]
+            delegate: CheckBox {
+                required property var modelData
+                text: modelData.text
+                checked: settings.appModel.alertSwitch(modelData.key)
+                onToggled: settings.appModel.setAlertSwitch(modelData.key, checked)
+                Accessible.name: text
+            }
+        }
+
+        Label {
+            Layout.topMargin: 10
+            text: "Stored scans"
+            font.bold: true
+            color: Theme.text
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        Label {
+            Layout.fillWidth: true
+            text: "Ambrel keeps each scan to open it quickly next time. Cleared scans are made afresh when next shown."
+            color: Theme.secondaryText
+            wrapMode: Text.WordWrap
+            Accessible.name: text
+        }
+        RowLayout {
+            spacing: 12
+            Button {
+                text: "Clear stored scans"
+                onClicked: cleared.text = settings.appModel.clearStoredScans()
+                Accessible.name: text
+                Accessible.onPressAction: clicked()
+            }
+            Label {
+                id: cleared
+                objectName: "clearedScans"
+                color: Theme.text
+                Accessible.name: text
+            }
+        }
+    }
+}
