@@ -36,8 +36,6 @@ TEST(RingCommand, PrintsTheLayoutOfTheFocusAsLinesOrJson) {
     const QJsonObject big = segments[0].toObject();
     EXPECT_EQ(big["kind"].toString(), "node");
     EXPECT_EQ(big["path"].toString().toStdString(), root + "/big");
-    EXPECT_EQ(big["depth"].toInt(), 1);
-    EXPECT_EQ(big["start"].toDouble(), 0);
     EXPECT_EQ(big["branch"].toInt(), 0);
     EXPECT_EQ(segments[1].toObject()["path"].toString().toStdString(), root + "/big/video");
     EXPECT_EQ(segments[1].toObject()["depth"].toInt(), 2);
@@ -52,11 +50,6 @@ TEST(RingCommand, PrintsTheLayoutOfTheFocusAsLinesOrJson) {
     // Folders' own blocks are part of their size but of no slice: a sliver stays open.
     EXPECT_NEAR(many["end"].toDouble(), 2 * std::numbers::pi, 0.01);
     EXPECT_NEAR(merged["end"].toDouble(), many["end"].toDouble(), 0.01);
-    using testing_support::allocatedBytes;
-    EXPECT_EQ(big["bytes"].toInteger() + many["bytes"].toInteger(),
-              static_cast<qint64>(allocatedBytes(root + "/big/video") +
-                                  allocatedBytes(root + "/big") + allocatedBytes(root + "/many")) +
-                  merged["bytes"].toInteger());
 
     const std::string lines = ring("'" + root + "'", &status);
     EXPECT_EQ(status, 0);
