@@ -70,14 +70,10 @@ TEST(InterchangeCommands, ScansTravelToNcduAndBack) {
     run(brantle + "import " + quoted(work / "theirs.json") + " --save " +
         quoted(work / "theirs.brs"));
 
-    const FileTree scan = loaded(scanned);
+    ASSERT_EQ(loaded(scanned).count(), 11u);
     const std::string expected = treeDumpWithLinksAlike(loaded(scanned));
-    ASSERT_EQ(scan.count(), 11u);
-    for (const char* file : {"back.brs", "theirs.brs"}) {
-        const FileTree imported = loaded(work / file);
-        EXPECT_EQ(imported.size(FileTree::root), scan.size(FileTree::root)) << file;
+    for (const char* file : {"back.brs", "theirs.brs"})
         EXPECT_EQ(treeDumpWithLinksAlike(loaded(work / file)), expected) << file;
-    }
     const std::string toStdout = run(brantle + "export " + quoted(scanned));
     EXPECT_EQ(toStdout, commandOutput("cat " + quoted(work / "ours.json")));
 }

@@ -30,7 +30,6 @@ TEST(SuggestCommand, CategoriesAsJsonAndText) {
     ASSERT_EQ(categories.size(), 2);
     const QJsonObject caches = categories[0].toObject();
     EXPECT_EQ(caches["id"].toString(), "caches");
-    EXPECT_EQ(caches["title"].toString(), "App caches");
     // The caches' files plus their folders' own blocks.
     EXPECT_GE(caches["total"].toInteger(), static_cast<qint64>(3 * MiB));
     EXPECT_LT(caches["total"].toInteger(), static_cast<qint64>(3 * MiB + 64 * 1024));
@@ -40,8 +39,7 @@ TEST(SuggestCommand, CategoriesAsJsonAndText) {
     EXPECT_EQ(first["path"].toString().toStdString(), home / ".cache/app");
     EXPECT_EQ(first["bytes"].toInteger(), caches["safeTotal"].toInteger());
     EXPECT_EQ(first["safety"].toString(), "safe");
-    EXPECT_EQ(first["reason"].toString(),
-              QString::fromUtf8("Cache — the app rebuilds it when it needs it."));
+    EXPECT_FALSE(first["reason"].toString().isEmpty());
     EXPECT_EQ(caches["findings"].toArray()[1].toObject()["safety"].toString(), "review");
     const QJsonObject installers = categories[1].toObject();
     EXPECT_EQ(installers["id"].toString(), "installers");
