@@ -10,6 +10,7 @@ ToolBar {
     required property AppModel appModel
 
     signal chooseFolder()
+    signal openScan()
 
     objectName: "toolbar"
 
@@ -50,10 +51,23 @@ ToolBar {
             text: "Choose Folder…"
             onClicked: toolbar.chooseFolder()
         }
+        ToolButton {
+            objectName: "openScan"
+            text: "Open Scan…"
+            Accessible.name: text
+            onClicked: toolbar.openScan()
+            ToolTip.visible: hovered
+            ToolTip.text: "Show a scan saved by brantle or ncdu"
+        }
         Label {
             objectName: "adminScan"
             visible: toolbar.appModel.adminScan
             text: "· scanned as administrator"
+        }
+        Label {
+            objectName: "readOnlyScan"
+            visible: toolbar.appModel.readOnly
+            text: "· opened from a file, read-only"
         }
         Item {
             Layout.fillWidth: true
