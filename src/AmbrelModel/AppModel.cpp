@@ -56,6 +56,7 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
     requireMainThread();
     // A background refresh must not replace a scan opened from a file.
     if (quiet && readOnly()) return;
+    if (!quiet) ++openRequest_; // a target chosen after a file wins over it
     leaveOpenedScan();
     leaveAdministratorScan();
     setVolumeFor(target.rootPath());
@@ -65,6 +66,7 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
 
 void AppModel::scanAgain() {
     requireMainThread();
+    ++openRequest_;
     fullScan(target_);
 }
 
@@ -79,6 +81,7 @@ void AppModel::stopScan() {
 
 void AppModel::scanTarget(const ScanTarget& target) {
     requireMainThread();
+    ++openRequest_;
     setTarget(target);
     fullScan(target);
 }
@@ -109,6 +112,7 @@ void AppModel::fullScan(const ScanTarget& target) {
 void AppModel::scanAsAdministrator() {
     requireMainThread();
     leaveAdministratorScan();
+    ++openRequest_;
     leaveOpenedScan();
     session_.cancel();
     const ScanTarget disk = ScanTarget::startupDisk();

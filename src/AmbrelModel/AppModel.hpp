@@ -330,7 +330,9 @@ private:
     void installTree(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     void bumpRevision();
     void installOpenedScan(std::shared_ptr<const brantle::FileTree> tree, QString title);
-    /// Back to the scan targets of this computer; the caller installs or scans one.
+    /// Back to the scan targets of this computer; the caller installs or scans one. A file
+    /// still being read is dropped only when the user chose a target (`openRequest_`), not
+    /// when a scan the model started itself takes over.
     void leaveOpenedScan();
     /// Says in the notice how many folders of the new tree could not be read.
     void noteUnreadableFolders();

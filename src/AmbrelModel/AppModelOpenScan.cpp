@@ -56,7 +56,6 @@ void AppModel::installOpenedScan(std::shared_ptr<const brantle::FileTree> tree, 
 }
 
 void AppModel::leaveOpenedScan() {
-    ++openRequest_;
     if (!openedTitle_) return;
     openedTitle_.reset();
     emit targetChanged();

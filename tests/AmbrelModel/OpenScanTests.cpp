@@ -50,12 +50,23 @@ TEST(OpenScan, ShowsASavedScanReadOnlyAndKeepsTheViewOnADamagedFile) {
         EXPECT_TRUE(model.readOnly()) << name;
     }
 
-    // ncdu exports open too; a folder of this computer ends read-only mode.
-    writeFile(files / "nas.json",
-              R"([1,0,{"progname":"ncdu","progver":"1.19","timestamp":1700000000},
-        [{"name":"/srv"},{"name":"a","asize":10,"dsize":8192}]])");
+    // ncdu exports open too; choosing a folder of this computer ends read-only mode.
+    // Big enough that the folder's scan starts while the file is still being read.
+    std::string nas = R"([1,0,{"progname":"ncdu","progver":"1.19","timestamp":1700000000},
+        [{"name":"/srv"})";
+    for (int file = 0; file < 50'000; ++file)
+        nas += R"(,{"name":"f)" + std::to_string(file) + R"(","asize":10,"dsize":4096})";
+    writeFile(files / "nas.json", nas + "]]");
+    // Opened while a folder of this computer is still loading: the file wins over that scan.
+    TempFolder unscanned;
+    model.load(ScanTarget::folder(unscanned.path()), false);
     model.openScan(QString::fromStdString(files / "nas.json"));
-    ASSERT_TRUE(settle(model, [&] { return model.tree()->rootPath() == "/srv"; }));
+    ASSERT_TRUE(settle(model, [&] { return model.tree() && model.tree()->rootPath() == "/srv"; }));
+    model.waitForBackgroundWork();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model.tree()->rootPath(), "/srv");
+    EXPECT_EQ(model.tree()->size(brantle::FileTree::root), 50'000u * 4096);
+    EXPECT_EQ(model.phase(), AppModel::Phase::Ready);
     EXPECT_TRUE(model.targetTitle().startsWith("/srv · scanned "));
     model.chooseFolder(QString::fromStdString(scanned.path()));
     ASSERT_TRUE(settleReady(model));
