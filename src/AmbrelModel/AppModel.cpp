@@ -66,6 +66,8 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
 
 void AppModel::scanAgain() {
     requireMainThread();
+    // An opened scan's files are not here to scan; a target chosen in the toolbar leaves it.
+    if (readOnly()) return;
     ++openRequest_;
     fullScan(target_);
 }

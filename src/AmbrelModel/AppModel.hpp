@@ -93,7 +93,7 @@ public:
     /// Shows `target` from its stored snapshot brought up to date, else (unless `quiet`)
     /// scans it afresh. A quiet load leaves the phase and the tree as they are on failure.
     void load(const ScanTarget& target, bool quiet);
-    /// "Scan again from scratch": a full scan of the current target.
+    /// "Scan again from scratch": a full scan of the current target; nothing for an opened scan.
     Q_INVOKABLE void scanAgain();
     /// Stops the running scan or catch-up at once; the window is left ready with what it has.
     Q_INVOKABLE void stopScan();

@@ -49,6 +49,9 @@ TEST(OpenScan, ShowsASavedScanReadOnlyAndKeepsTheViewOnADamagedFile) {
         EXPECT_EQ(model.tree(), shown) << name;
         EXPECT_TRUE(model.readOnly()) << name;
     }
+    model.scanAgain(); // nothing here to scan again
+    EXPECT_TRUE(model.readOnly());
+    EXPECT_EQ(model.phase(), AppModel::Phase::Ready);
 
     // ncdu exports open too; choosing a folder of this computer ends read-only mode.
     // Big enough that the folder's scan starts while the file is still being read.

@@ -22,7 +22,7 @@ ToolBar {
         ToolButton {
             // Never checkable: a click would replace the binding with a tick of its own.
             text: "Startup Disk"
-            highlighted: toolbar.appModel.targetKind === ScanTarget.StartupDisk
+            highlighted: toolbar.appModel.targetKind === ScanTarget.StartupDisk && !toolbar.appModel.readOnly
             onClicked: toolbar.appModel.showStartupDisk()
         }
         ToolButton {
@@ -43,7 +43,7 @@ ToolBar {
         }
         ToolButton {
             text: "Home"
-            highlighted: toolbar.appModel.targetKind === ScanTarget.Home
+            highlighted: toolbar.appModel.targetKind === ScanTarget.Home && !toolbar.appModel.readOnly
             onClicked: toolbar.appModel.showHome()
         }
         ToolButton {
@@ -91,7 +91,8 @@ ToolBar {
         }
         ToolButton {
             text: "Scan again from scratch"
-            enabled: toolbar.appModel.phase === AppModel.Phase.Ready
+            // An opened scan's files are elsewhere; there is nothing here to scan again.
+            enabled: toolbar.appModel.phase === AppModel.Phase.Ready && !toolbar.appModel.readOnly
             onClicked: toolbar.appModel.scanAgain()
             ToolTip.visible: hovered
             ToolTip.text: "Scan again from scratch (Ctrl+R)"
