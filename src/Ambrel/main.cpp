@@ -30,9 +30,15 @@ namespace {
     std::exit(2);
 }
 
-/// The folder named on the command line, if any. Exits with status 2 on a usage error, and
-/// after printing --help or --version.
-std::optional<ambrel::ScanTarget> folderArgument(const QCoreApplication& app) {
+/// What the command line asks to show: a folder to scan, or a scan file to open.
+struct Arguments {
+    std::optional<ambrel::ScanTarget> target;
+    QString scanFile;
+};
+
+/// Reads the command line. Exits with status 2 on a usage error, and after printing --help or
+/// --version.
+Arguments parseArguments(const QCoreApplication& app) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Shows what fills a disk as a ring of folders beside a list of the "
@@ -41,6 +47,10 @@ std::optional<ambrel::ScanTarget> folderArgument(const QCoreApplication& app) {
     parser.addVersionOption();
     parser.addOption(QCommandLineOption(QString::fromLatin1(ambrel::LoginItem::trayArgument + 2),
                                         QStringLiteral("Start in the tray only, as at login.")));
+    const QCommandLineOption open(
+        QStringLiteral("open"), QStringLiteral("Show a scan saved by brantle or ncdu, read-only."),
+        QStringLiteral("FILE"));
+    parser.addOption(open);
     parser.addPositionalArgument(
         QStringLiteral("FOLDER"),
         QStringLiteral("The folder to show (default: the one shown last, at first the startup "
@@ -52,10 +62,18 @@ std::optional<ambrel::ScanTarget> folderArgument(const QCoreApplication& app) {
     if (parser.isSet(QStringLiteral("version"))) parser.showVersion();
     const QStringList folders = parser.positionalArguments();
     if (folders.size() > 1) fail(QStringLiteral("too many arguments"));
-    if (folders.isEmpty()) return std::nullopt;
+    Arguments arguments;
+    if (parser.isSet(open)) {
+        if (!folders.isEmpty()) fail(QStringLiteral("give a folder or --open FILE, not both"));
+        const QFileInfo file(parser.value(open));
+        if (!file.isFile()) fail(QStringLiteral("not a file: ") + parser.value(open));
+        arguments.scanFile = file.absoluteFilePath();
+    }
+    if (folders.isEmpty()) return arguments;
     const QFileInfo folder(folders.front());
     if (!folder.isDir()) fail(QStringLiteral("not a folder: ") + folders.front());
-    return ambrel::ScanTarget::folder(folder.absoluteFilePath().toStdString());
+    arguments.target = ambrel::ScanTarget::folder(folder.absoluteFilePath().toStdString());
+    return arguments;
 }
 
 /// --help and --version print and exit without opening the display, so they work anywhere.
@@ -86,16 +104,17 @@ int main(int argc, char* argv[]) {
     QCoreApplication::setApplicationVersion(QStringLiteral(AMBREL_VERSION));
     if (asksForTextOnly(argc, argv)) {
         const QCoreApplication text(argc, argv);
-        folderArgument(text);
+        parseArguments(text);
     }
     QApplication app(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("app.ambrel.Ambrel"));
-    const std::optional<ambrel::ScanTarget> target = folderArgument(app);
+    const Arguments arguments = parseArguments(app);
     // A second launch brings the running window forward instead.
     if (!ambrel::SingleInstance::claim(QDBusConnection::sessionBus())) return 0;
     ambrel::AppModel model;
     // The snapshot decodes on a background thread while the window is built.
-    model.start(target);
+    model.start(arguments.target);
+    model.openScan(arguments.scanFile);
     QQmlApplicationEngine engine;
     QQuickWindow* window = ambrel::createMainWindow(engine, model);
     if (!window) return 1;

@@ -54,6 +54,10 @@ void AppModel::start(const std::optional<ScanTarget>& target) {
 
 void AppModel::load(const ScanTarget& target, bool quiet) {
     requireMainThread();
+    // A background refresh must not replace a scan opened from a file.
+    if (quiet && readOnly()) return;
+    if (!quiet) ++openRequest_; // a target chosen after a file wins over it
+    leaveOpenedScan();
     leaveAdministratorScan();
     setVolumeFor(target.rootPath());
     if (!quiet && phase_ != Phase::Updating) setPhase(Phase::Updating);
@@ -62,6 +66,9 @@ void AppModel::load(const ScanTarget& target, bool quiet) {
 
 void AppModel::scanAgain() {
     requireMainThread();
+    // An opened scan's files are not here to scan; a target chosen in the toolbar leaves it.
+    if (readOnly()) return;
+    ++openRequest_;
     fullScan(target_);
 }
 
@@ -76,6 +83,7 @@ void AppModel::stopScan() {
 
 void AppModel::scanTarget(const ScanTarget& target) {
     requireMainThread();
+    ++openRequest_;
     setTarget(target);
     fullScan(target);
 }
@@ -88,7 +96,9 @@ void AppModel::chooseFolder(const QString& path) {
 void AppModel::fullScan(const ScanTarget& target) {
     requireMainThread();
     leaveAdministratorScan();
-    if (const auto path = view_.focusPath()) droppedFocus_ = std::pair{target_, *path};
+    if (const auto path = view_.focusPath(); path && !readOnly())
+        droppedFocus_ = std::pair{target_, *path};
+    leaveOpenedScan();
     // The toolbar and the gauge's scale follow the target being scanned.
     setTarget(target);
     if (phase_ != Phase::Scanning) setPhase(Phase::Scanning);
@@ -104,6 +114,8 @@ void AppModel::fullScan(const ScanTarget& target) {
 void AppModel::scanAsAdministrator() {
     requireMainThread();
     leaveAdministratorScan();
+    ++openRequest_;
+    leaveOpenedScan();
     session_.cancel();
     const ScanTarget disk = ScanTarget::startupDisk();
     setTarget(disk);
@@ -296,7 +308,8 @@ bool recordedToday(const std::vector<brantle::TideSummary>& history,
 void AppModel::recordHistory() {
     requireMainThread();
     auto tree = view_.tree();
-    if (!tree || recordedTree_.lock() == tree) return;
+    // A scan from elsewhere is no day of this computer's history.
+    if (!tree || readOnly() || recordedTree_.lock() == tree) return;
     const auto home = brantle::Locations::homeIn(*tree);
     recordedTree_ = tree;
     const auto roots = SpaceWatch::historyRoots(*tree, home, *brantle::PlatformProfile::current());

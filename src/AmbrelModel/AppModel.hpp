@@ -46,6 +46,7 @@ class AppModel : public QObject {
     Q_PROPERTY(bool hasFullDiskAccess READ hasFullDiskAccess NOTIFY hasFullDiskAccessChanged)
     Q_PROPERTY(QString targetTitle READ targetTitle NOTIFY targetChanged)
     Q_PROPERTY(ambrel::ScanTargetKinds::Kind targetKind READ targetKind NOTIFY targetChanged)
+    Q_PROPERTY(bool readOnly READ readOnly NOTIFY targetChanged)
     Q_PROPERTY(QString noticeText READ noticeText NOTIFY noticeChanged)
     Q_PROPERTY(bool noticeIsWarning READ noticeIsWarning NOTIFY noticeChanged)
     Q_PROPERTY(QVariantMap progress READ progressMap NOTIFY progressChanged)
@@ -92,7 +93,7 @@ public:
     /// Shows `target` from its stored snapshot brought up to date, else (unless `quiet`)
     /// scans it afresh. A quiet load leaves the phase and the tree as they are on failure.
     void load(const ScanTarget& target, bool quiet);
-    /// "Scan again from scratch": a full scan of the current target.
+    /// "Scan again from scratch": a full scan of the current target; nothing for an opened scan.
     Q_INVOKABLE void scanAgain();
     /// Stops the running scan or catch-up at once; the window is left ready with what it has.
     Q_INVOKABLE void stopScan();
@@ -101,6 +102,12 @@ public:
     Q_INVOKABLE void showStartupDisk() { load(ScanTarget::startupDisk(), false); }
     Q_INVOKABLE void showHome() { load(ScanTarget::home(), false); }
     Q_INVOKABLE void chooseFolder(const QString& path);
+    /// Shows the scan in a snapshot or ncdu file, read in the background, read-only until
+    /// another target is shown. A file that cannot be read leaves the view as it is and says
+    /// why in the notice.
+    Q_INVOKABLE void openScan(const QString& path);
+    /// True while the tree shown was opened from a file: nothing of it can be removed.
+    bool readOnly() const { return openedTitle_.has_value(); }
     /// Scans the startup disk through the administrator helper; when the helper cannot be
     /// used or the scan fails, says why and shows the regular scan instead.
     Q_INVOKABLE void scanAsAdministrator();
@@ -256,7 +263,9 @@ public:
     const QSet<QString>& shorelineChecked() const { return shorelineChecked_; }
     const std::shared_ptr<const brantle::FileTree>& tree() const { return view_.tree(); }
 
-    QString targetTitle() const { return QString::fromStdString(target_.title()); }
+    QString targetTitle() const {
+        return openedTitle_ ? *openedTitle_ : QString::fromStdString(target_.title());
+    }
     ScanTarget::Kind targetKind() const { return target_.kind; }
     QString noticeText() const { return notice_ ? notice_->text : QString(); }
     bool noticeIsWarning() const { return notice_ && notice_->isWarning; }
@@ -320,6 +329,11 @@ private:
     /// Makes `tree` the shown tree of `target`, keeping the focus by path; no relayout yet.
     void installTree(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     void bumpRevision();
+    void installOpenedScan(std::shared_ptr<const brantle::FileTree> tree, QString title);
+    /// Back to the scan targets of this computer; the caller installs or scans one. A file
+    /// still being read is dropped only when the user chose a target (`openRequest_`), not
+    /// when a scan the model started itself takes over.
+    void leaveOpenedScan();
     /// Says in the notice how many folders of the new tree could not be read.
     void noteUnreadableFolders();
     /// Runs what the pane shown needs of a new tree.
@@ -356,6 +370,9 @@ private:
     std::optional<std::pair<ScanTarget, std::string>> droppedFocus_;
     ScanSession session_;
     bool adminScan_ = false;
+    /// The header of the scan opened from a file, while one is shown.
+    std::optional<QString> openedTitle_;
+    int openRequest_ = 0; ///< the latest openScan; an older one's result is dropped
     helperkit::AdminHelper::Launch helperLaunch_ = helperkit::AdminHelper::Launch::installed();
     AdministratorScan* adminClient_ = nullptr; ///< the running administrator scan, a child
     SpaceWatch* watch_ = nullptr;              ///< a child

@@ -1,4 +1,5 @@
 #include "AmbrelModel/AppModel.hpp"
+#include "AmbrelModel/OpenedScan.hpp"
 #include "AmbrelModel/RemovalRun.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
@@ -12,6 +13,10 @@ namespace ambrel {
 
 void AppModel::stage(const std::string& path, std::uint64_t bytes, const QString& name) {
     requireMainThread();
+    if (readOnly()) {
+        setNotice(Notice::make(OpenedScan::readOnlyReason(), true));
+        return;
+    }
     if (auto refused = lowTide_.stage(path, bytes, name))
         setNotice(std::move(refused));
     else
@@ -60,6 +65,10 @@ void AppModel::unstage(const QString& id) {
 
 void AppModel::sendCheckedToLowTide() {
     requireMainThread();
+    if (readOnly()) {
+        setNotice(Notice::make(OpenedScan::readOnlyReason(), true));
+        return;
+    }
     for (const auto& category : shoreline_)
         for (const auto& finding : category.findings)
             if (const auto path = QString::fromStdString(finding.path);
@@ -115,7 +124,8 @@ void AppModel::removeFromView(const std::vector<std::string>& paths) {
     lowTide_.drop(paths);
     emit lowTideChanged();
     const auto& shown = view_.tree();
-    if (!shown || paths.empty()) return;
+    // An opened scan's paths name items elsewhere, not the ones just removed here.
+    if (!shown || paths.empty() || readOnly()) return;
     auto tree = std::make_shared<brantle::FileTree>(shown->compacted());
     for (const auto& path : paths)
         if (const auto node = tree->node(path); node && *node != brantle::FileTree::root)

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import Ambrel
 
 // The context menu of a row or a slice: the Cleanup List, and what can be done with its path.
+// A scan opened from a file names items elsewhere: only its paths can be copied.
 Menu {
     id: menu
 
@@ -25,18 +26,18 @@ Menu {
         objectName: "stageItem"
         // Inside a listed folder the item goes with it; it cannot be listed on its own.
         text: menu.stageState === 1 ? "Take Out of the Cleanup List" : "Add to the Cleanup List"
-        enabled: menu.node >= 0 && menu.stageState !== 2
+        enabled: menu.node >= 0 && menu.stageState !== 2 && !menu.appModel.readOnly
         onTriggered: menu.appModel.toggleStaged(menu.node)
     }
     MenuSeparator {}
     MenuItem {
         text: "Open"
-        enabled: menu.path !== ""
+        enabled: menu.path !== "" && !menu.appModel.readOnly
         onTriggered: menu.appModel.showWarning(DesktopActions.open(menu.path))
     }
     MenuItem {
         text: "Show in Files"
-        enabled: menu.path !== ""
+        enabled: menu.path !== "" && !menu.appModel.readOnly
         onTriggered: DesktopActions.showInFiles(menu.path)
     }
     MenuItem {
@@ -44,7 +45,7 @@ Menu {
         text: "Open Terminal Here"
         visible: menu.folder
         height: visible ? implicitHeight : 0
-        enabled: menu.path !== "" && menu.folder
+        enabled: menu.path !== "" && menu.folder && !menu.appModel.readOnly
         onTriggered: menu.appModel.showWarning(DesktopActions.openTerminal(menu.path))
     }
     MenuItem {

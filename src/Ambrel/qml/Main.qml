@@ -11,6 +11,7 @@ ApplicationWindow {
     required property url homeFolder
     // Made on first use: building the dialog slows the window's first frame.
     property FolderChooser folderDialog: null
+    property ScanFileChooser scanFileDialog: null
     property SettingsWindow settingsWindow: null
 
     width: 1100
@@ -71,6 +72,10 @@ ApplicationWindow {
         FolderChooser {}
     }
     Component {
+        id: scanFileChooser
+        ScanFileChooser {}
+    }
+    Component {
         id: settingsMaker
         SettingsWindow {}
     }
@@ -84,6 +89,14 @@ ApplicationWindow {
                     currentFolder: window.homeFolder
                 }) as FolderChooser
             window.folderDialog.open()
+        }
+        onOpenScan: {
+            if (!window.scanFileDialog)
+                window.scanFileDialog = scanFileChooser.createObject(window, {
+                    appModel: window.appModel,
+                    currentFolder: window.homeFolder
+                }) as ScanFileChooser
+            window.scanFileDialog.open()
         }
     }
 

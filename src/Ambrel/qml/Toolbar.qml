@@ -10,6 +10,7 @@ ToolBar {
     required property AppModel appModel
 
     signal chooseFolder()
+    signal openScan()
 
     objectName: "toolbar"
 
@@ -21,7 +22,7 @@ ToolBar {
         ToolButton {
             // Never checkable: a click would replace the binding with a tick of its own.
             text: "Startup Disk"
-            highlighted: toolbar.appModel.targetKind === ScanTarget.StartupDisk
+            highlighted: toolbar.appModel.targetKind === ScanTarget.StartupDisk && !toolbar.appModel.readOnly
             onClicked: toolbar.appModel.showStartupDisk()
         }
         ToolButton {
@@ -42,7 +43,7 @@ ToolBar {
         }
         ToolButton {
             text: "Home"
-            highlighted: toolbar.appModel.targetKind === ScanTarget.Home
+            highlighted: toolbar.appModel.targetKind === ScanTarget.Home && !toolbar.appModel.readOnly
             onClicked: toolbar.appModel.showHome()
         }
         ToolButton {
@@ -50,10 +51,23 @@ ToolBar {
             text: "Choose Folder…"
             onClicked: toolbar.chooseFolder()
         }
+        ToolButton {
+            objectName: "openScan"
+            text: "Open Scan…"
+            Accessible.name: text
+            onClicked: toolbar.openScan()
+            ToolTip.visible: hovered
+            ToolTip.text: "Show a scan saved by brantle or ncdu"
+        }
         Label {
             objectName: "adminScan"
             visible: toolbar.appModel.adminScan
             text: "· scanned as administrator"
+        }
+        Label {
+            objectName: "readOnlyScan"
+            visible: toolbar.appModel.readOnly
+            text: "· opened from a file, read-only"
         }
         Item {
             Layout.fillWidth: true
@@ -77,7 +91,8 @@ ToolBar {
         }
         ToolButton {
             text: "Scan again from scratch"
-            enabled: toolbar.appModel.phase === AppModel.Phase.Ready
+            // An opened scan's files are elsewhere; there is nothing here to scan again.
+            enabled: toolbar.appModel.phase === AppModel.Phase.Ready && !toolbar.appModel.readOnly
             onClicked: toolbar.appModel.scanAgain()
             ToolTip.visible: hovered
             ToolTip.text: "Scan again from scratch (Ctrl+R)"
