@@ -50,13 +50,15 @@ std::int64_t inodesInUse(std::string_view path) {
 
 /// Reserves the columns for `expected` nodes plus 5%: only address space until nodes fill
 /// it, and the columns then never move. Where address space is counted strictly and
-/// refuses, the columns grow as nodes come.
-void reserveFor(FileTree& tree, std::int64_t expected) {
+/// refuses, the columns grow as nodes come. Says whether the room was reserved.
+bool reserveFor(FileTree& tree, std::int64_t expected) {
     constexpr std::int64_t most = std::int64_t{1} << 30;
     const std::int64_t nodes = std::min(expected + expected / 20, most);
     try {
         tree.reserve(static_cast<std::size_t>(nodes));
+        return true;
     } catch (const std::bad_alloc&) {
+        return false;
     }
 }
 
