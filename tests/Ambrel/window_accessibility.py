@@ -5,6 +5,7 @@ Run inside a private session bus and an X server:
     xvfb-run -a dbus-run-session -- window_accessibility.py AMBREL [SCREENSHOT_DIR]
 The bus must start inside the X server's environment: the registry synthesises the keys.
 """
+import contextlib
 import json
 import os
 import subprocess
@@ -146,6 +147,19 @@ def launch(home, target):
     return subprocess.Popen(args, env=env)
 
 
+@contextlib.contextmanager
+def running(home, target):
+    # The application on the bus, or None after a failed check; stopped however the scenario ends.
+    process = launch(home, target)
+    try:
+        app = wait_for(application)
+        check(app is not None, "the application is on the accessibility bus")
+        yield app
+    finally:
+        process.terminate()
+        process.wait(10)
+
+
 def make_tree(root):
     os.makedirs(os.path.join(root, "big"))
     with open(os.path.join(root, "big", "blob"), "wb") as f:
@@ -176,10 +190,7 @@ def choose(app, item_name):
 def explore(home):
     target = os.path.join(home, "target")
     make_tree(target)
-    process = launch(home, target)
-    try:
-        app = wait_for(application)
-        check(app is not None, "the application is on the accessibility bus")
+    with running(home, target) as app:
         if app is None:
             return
         items = wait_for(lambda: find(app, "Items", pyatspi.ROLE_LIST))
@@ -286,16 +297,11 @@ def explore(home):
         act(big, "Press")
         check(wait_for(lambda: find(app, "blob", pyatspi.ROLE_LIST_ITEM), 5) is not None,
               "pressing the slice \"big\" opens the folder")
-    finally:
-        process.terminate()
-        process.wait(10)
 
 
 def stop(home):
     # A whole-disk scan from an empty cache runs long enough to be stopped.
-    process = launch(home, "/")
-    try:
-        app = wait_for(application)
+    with running(home, "/") as app:
         button = wait_for(lambda: app and find(app, "Stop", pyatspi.ROLE_PUSH_BUTTON), 10)
         check(button is not None, "a running scan shows \"Stop\"")
         screenshot("window-scanning.png")
@@ -304,9 +310,6 @@ def stop(home):
             gone = wait_for(lambda: not button.getState().contains(pyatspi.STATE_VISIBLE), 3)
             check(gone, "\"Stop\" ends the scan at once")
             screenshot("window-stopped.png")
-    finally:
-        process.terminate()
-        process.wait(10)
 
 
 def add_by_menu(app, items, name):
@@ -331,10 +334,7 @@ def cleanup(home):
     make_tree(target)
     with open(os.path.join(target, "tool.AppImage"), "wb") as f:
         f.write(os.urandom(20_000))
-    process = launch(home, target)
-    try:
-        app = wait_for(application)
-        check(app is not None, "the application is on the accessibility bus")
+    with running(home, target) as app:
         if app is None:
             return
         items = wait_for(lambda: find(app, "Items", pyatspi.ROLE_LIST))
@@ -421,9 +421,6 @@ def cleanup(home):
         key("Escape")
         check(wait_for(lambda: find_where(app, lambda n: n.getRole() == pyatspi.ROLE_DIALOG)
                        is None, 3), "Escape closes the sheet")
-    finally:
-        process.terminate()
-        process.wait(10)
 
 
 def suggestions(home):
@@ -431,10 +428,7 @@ def suggestions(home):
     os.makedirs(os.path.join(home, ".cache", "thumbs"), exist_ok=True)
     with open(os.path.join(home, ".cache", "thumbs", "blob"), "wb") as f:
         f.write(os.urandom(3_000_000))
-    process = launch(home, home)
-    try:
-        app = wait_for(application)
-        check(app is not None, "the application is on the accessibility bus")
+    with running(home, home) as app:
         if app is None:
             return
         pane = wait_for(lambda: find(app, "Suggestions", pyatspi.ROLE_PUSH_BUTTON))
@@ -493,9 +487,6 @@ def suggestions(home):
         ctrl(1)
         check(wait_for(lambda: showing(find(app, "Items", pyatspi.ROLE_LIST)), 3),
               "Ctrl+1 shows the explorer")
-    finally:
-        process.terminate()
-        process.wait(10)
 
 
 def write_history(home):
@@ -515,10 +506,7 @@ def history(home):
     write_history(home)
     target = os.path.join(home, "target")
     make_tree(target)
-    process = launch(home, target)
-    try:
-        app = wait_for(application)
-        check(app is not None, "the application is on the accessibility bus")
+    with running(home, target) as app:
         if app is None:
             return
         wait_for(lambda: find(app, "Items", pyatspi.ROLE_LIST))
@@ -558,9 +546,6 @@ def history(home):
               "\"Clear stored scans\" empties the snapshot folder and says what it freed")
         time.sleep(0.5)
         screenshot("settings.png")
-    finally:
-        process.terminate()
-        process.wait(10)
 
 
 
