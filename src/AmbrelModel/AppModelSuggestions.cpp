@@ -2,6 +2,7 @@
 #include "AmbrelModel/AppModel.hpp"
 
 #include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/PathText.hpp"
 #include "BrantleServices/Locations.hpp"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ namespace {
 
 /// "~/rest" for a path inside the home folder.
 QString shownPath(const std::string& path, const std::string& home) {
-    if (!home.empty() && isInside(path, home))
+    if (!home.empty() && brantle::PathText::isInside(path, home))
         return QStringLiteral("~") + QString::fromStdString(path.substr(home.size()));
     return QString::fromStdString(path);
 }

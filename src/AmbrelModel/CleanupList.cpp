@@ -1,6 +1,7 @@
 #include "AmbrelModel/CleanupList.hpp"
 
 #include "BrantleCore/Fatal.hpp"
+#include "BrantleCore/PathText.hpp"
 
 #include <algorithm>
 
@@ -8,9 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace ambrel {
 
-bool isInside(std::string_view inner, std::string_view outer) {
-    return inner.size() > outer.size() && inner.starts_with(outer) && inner[outer.size()] == '/';
-}
+using brantle::PathText::isInside;
 
 std::optional<Notice> CleanupList::stage(const std::string& path, std::uint64_t bytes,
                                          const QString& name) {

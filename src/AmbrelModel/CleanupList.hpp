@@ -37,9 +37,6 @@ struct TrashResult {
     std::vector<std::string> removedPaths;
 };
 
-/// True when `inner` lies below `outer`: a plain string prefix followed by "/".
-bool isInside(std::string_view inner, std::string_view outer);
-
 /// What the user gathered for removal, screened by the deletion guard on the way in. Lives
 /// on the main thread; it only keeps the list and says what to tell the user.
 class CleanupList {
