@@ -89,6 +89,13 @@ void ScanSession::whenCurrent(int session, std::function<void()> call) {
         Qt::QueuedConnection);
 }
 
+void ScanSession::rememberItemCount(const std::string& rootPath, std::size_t count) {
+    QMetaObject::invokeMethod(
+        this,
+        [rootPath, count] { Settings::setItemCount(rootPath, static_cast<std::int64_t>(count)); },
+        Qt::QueuedConnection);
+}
+
 void ScanSession::load(const ScanTarget& target, bool quiet) {
     const auto rootPath = target.rootPath();
     const int session = begin(rootPath);
@@ -132,7 +139,7 @@ void ScanSession::catchUp(const ScanTarget& target, bool quiet, int session,
     whenCurrent(session, [this, target, tree] { emit finished(tree, target); });
     if (caughtUp->reread == 0) return;
     StoredSnapshot::save(*tree, caughtUp->meta.fsEventID);
-    Settings::setItemCount(tree->rootPath(), static_cast<std::int64_t>(tree->count()));
+    rememberItemCount(tree->rootPath(), tree->count());
 }
 
 void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount) {
@@ -148,7 +155,7 @@ void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount)
         if (scanner->isCancelled()) return;
         whenCurrent(session, [this, tree, target] { emit finished(tree, target); });
         StoredSnapshot::save(*tree, eventID);
-        Settings::setItemCount(rootPath, static_cast<std::int64_t>(tree->count()));
+        rememberItemCount(rootPath, tree->count());
     });
 }
 

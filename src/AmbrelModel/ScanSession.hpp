@@ -56,6 +56,9 @@ private:
     int begin(const std::string& rootPath);
     /// Posts `call` to the session's thread, where it runs only if `session` is current.
     void whenCurrent(int session, std::function<void()> call);
+    /// Stores a finished scan's item count from the session's thread, which alone touches the
+    /// settings; a superseded scan's count is worth keeping too.
+    void rememberItemCount(const std::string& rootPath, std::size_t count);
     /// Brings a loaded snapshot up to date; runs in the background.
     void catchUp(const ScanTarget& target, bool quiet, int session, brantle::DiskScanner& scanner,
                  brantle::Snapshot::Contents loaded,
