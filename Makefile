@@ -27,8 +27,6 @@ asan: deps
 # The Space Watch tests are left out: QtDBus drives libdbus's locks through hooks that tsan
 # reads as unlocks on the wrong thread, so every test that talks over the bus is reported.
 # The pkexec scan is left out too: it runs the command-line programs, which this build omits.
-# Two model tests are left out until the races tsan reports in them at times are fixed: the
-# administrator scan's job hand-over, and the scan session's background save.
 tsan: deps
 	cmake --preset tsan
 	cmake --build --preset tsan -j $(JOBS)
