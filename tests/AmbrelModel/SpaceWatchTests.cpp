@@ -308,6 +308,11 @@ TEST(SpaceWatchVolume, DISABLED_InsideTheNamespace) {
     ASSERT_EQ(std::system(remount.c_str()), 0);
     EXPECT_TRUE(spin([&] { return model.startupVolume()->total < roomy; }))
         << "the mount table's change was not seen";
+    ambrel::Settings::setWatchSwitch(QStringLiteral("alertLowSpace"), false);
+    model.watch().round();
+    drain();
+    EXPECT_TRUE(server.shown.empty()) << "an alert switched off was posted";
+    ambrel::Settings::setWatchSwitch(QStringLiteral("alertLowSpace"), true);
     model.watch().round();
     ASSERT_TRUE(spin([&] { return server.shown.size() == 1; }));
     EXPECT_EQ(server.shown[0].title, QStringLiteral("Your disk is nearly full"));
