@@ -330,8 +330,8 @@ void AppModel::recordHistory() {
         }
         QMetaObject::invokeMethod(
             this,
-            [this, startupVolume, saved, summaries = std::move(summaries)]() mutable {
-                startupVolume_ = startupVolume;
+            [this, saved, summaries = std::move(summaries)]() mutable {
+                watch_->refreshStartupVolume();
                 history_ = std::move(summaries);
                 emit historyChanged();
                 if (saved && watch_->started()) watch_->evaluateAlerts(true);

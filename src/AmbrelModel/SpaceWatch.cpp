@@ -85,6 +85,8 @@ void SpaceWatch::start() {
     started_ = true;
     model_.history_ = brantle::TideHistory::standard().load();
     emit model_.historyChanged();
+    // The tray shows the fullness from the start, not only after the first round.
+    refreshStartupVolume();
     refreshTrashLedger();
     watchMounts();
     lastRefresh_ = std::chrono::steady_clock::now();
