@@ -13,6 +13,7 @@
 #endif
 
 #include <algorithm>
+#include <atomic>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
@@ -149,9 +150,19 @@ void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount)
         auto report = [this, session](const brantle::ScanProgress& progress) {
             whenCurrent(session, [this, progress] { emit progressed(progress); });
         };
+        // The ring fills in while the scan runs; a preview still queued when a newer one is
+        // made is dropped unseen.
+        auto previews = std::make_shared<std::atomic<int>>(0);
+        auto preview = [this, session, target, previews](brantle::FileTree top) {
+            auto shown = std::make_shared<const brantle::FileTree>(std::move(top));
+            const int number = ++*previews;
+            whenCurrent(session, [this, shown, target, previews, number] {
+                if (number == *previews) emit previewed(shown, target);
+            });
+        };
         const auto eventID = brantle::ChangeHistory::currentEventID();
         auto tree = std::make_shared<const brantle::FileTree>(
-            scanner->scan(rootPath, expectedCount, report));
+            scanner->scan(rootPath, expectedCount, report, preview));
         if (scanner->isCancelled()) return;
         whenCurrent(session, [this, tree, target] { emit finished(tree, target); });
         StoredSnapshot::save(*tree, eventID);

@@ -101,14 +101,37 @@ DiskScanner::DiskScanner(ScanOptions options, int workers,
       progressInterval_(progressInterval) {}
 
 FileTree DiskScanner::scan(std::string_view path, std::int64_t expectedCount,
-                           ProgressCallback progress) {
+                           ProgressCallback progress, PreviewCallback preview) {
     FileTree tree(path);
     const std::int64_t expected = expectedCount >= 1 ? expectedCount : inodesInUse(path);
     if (expected >= 1) reserveFor(tree, expected);
     TreeSink sink(tree);
+    if (preview) {
+        // Not at once: a scan that ends within the first moments needs no preview.
+        nextPreview_ = Clock::now() + progressInterval_ / 2;
+        progress = [this, &tree, preview = std::move(preview),
+                    report = std::move(progress)](const ScanProgress& figures) {
+            if (report) report(figures);
+            previewDue(tree, preview);
+        };
+    }
     scan(tree.rootPath(), sink, std::move(progress));
     tree.propagateSizes();
     return tree;
+}
+
+void DiskScanner::previewDue(const FileTree& tree, const PreviewCallback& preview) {
+    const std::unique_lock making(previewMutex_, std::try_to_lock);
+    if (!making.owns_lock() || Clock::now() < nextPreview_) return;
+    const auto copying = Clock::now();
+    FileTree top = [&] {
+        const std::lock_guard lock(mutex_);
+        return tree.topLevels(previewDepth);
+    }();
+    nextPreview_ =
+        Clock::now() + std::max<Clock::duration>(progressInterval_, 20 * (Clock::now() - copying));
+    top.propagateSizes();
+    preview(std::move(top));
 }
 
 void DiskScanner::scan(std::string_view path, ScanSink& sink, ProgressCallback progress) {

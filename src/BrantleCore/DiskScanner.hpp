@@ -34,6 +34,10 @@ class DirectoryReader;
 class DiskScanner {
 public:
     using ProgressCallback = std::function<void(const ScanProgress&)>;
+    /// Receives the top levels of the tree read so far, sizes propagated.
+    using PreviewCallback = std::function<void(FileTree)>;
+    /// How many levels below the root a preview holds: the ring's five and one to spare.
+    static constexpr int previewDepth = 6;
     using Clock = std::chrono::steady_clock;
 
     /// `workers` below 1 becomes 1. The application uses one worker per processor and 100 ms.
@@ -44,8 +48,10 @@ public:
     /// or is cancelled (then the partial tree is returned). Reserves `expectedCount` nodes
     /// plus 5% or, below 1, as many as the volume has inodes in use (address space only).
     /// `progress` runs on a worker thread, at most once per interval.
+    /// With `preview`, the tree read so far is shown from a progress report on (see
+    /// `previewDue`), so that a window can draw something long before a big scan ends.
     FileTree scan(std::string_view path, std::int64_t expectedCount = 0,
-                  ProgressCallback progress = {});
+                  ProgressCallback progress = {}, PreviewCallback preview = {});
     /// The same into any sink; the root folder is `FileTree::root` there.
     void scan(std::string_view path, ScanSink& sink, ProgressCallback progress = {});
 
@@ -172,6 +178,10 @@ private:
     /// After a catch-up: of the names of each hard-linked file it touched, exactly one counts.
     static void settleHardLinks(FileTree& tree, const std::unordered_set<std::uint64_t>& added);
     std::optional<ScanProgress> progressDue(Job& job) const;
+    /// Copies the top levels of `tree` under the lock and hands them to `preview`, unless one
+    /// is being made or the last was too recent: previews wait at least twenty times what the
+    /// last copy held the lock for, so that they cost the scan at most a twentieth.
+    void previewDue(const FileTree& tree, const PreviewCallback& preview);
 
     ScanOptions options_;
     int workers_;
@@ -180,6 +190,8 @@ private:
     std::mutex linksMutex_; ///< for the hard-link sets only; taken after `mutex_`, if both
     std::condition_variable condition_;
     bool cancelled_ = false;
+    std::mutex previewMutex_;
+    Clock::time_point nextPreview_; ///< under `previewMutex_`
     ScanProgress lastTotals_;
 };
 

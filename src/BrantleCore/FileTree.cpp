@@ -211,6 +211,36 @@ FileTree FileTree::compacted() const {
     return out;
 }
 
+FileTree FileTree::topLevels(int depth) const {
+    const auto& c = columns_;
+    std::vector<std::uint64_t> whole(c.sizes.begin(), c.sizes.end());
+    for (std::size_t i = whole.size(); i-- > 1;) {
+        const NodeId p = c.parents[i];
+        if (p == none || (c.flagBits[i] & NodeFlags::dead.rawValue)) continue;
+        if (__builtin_add_overflow(whole[p], whole[i], &whole[p]))
+            whole[p] = std::numeric_limits<std::uint64_t>::max();
+    }
+    FileTree out(rootPath_, empty);
+    if (count() == 0) return out;
+    struct Pending {
+        NodeId old;
+        NodeId newParent;
+        int level;
+    };
+    std::vector<Pending> queue{{root, none, 0}};
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+        const auto [old, newParent, level] = queue[head];
+        const NodeId copy = out.appendRaw(newParent, *this, old);
+        if (level == depth) {
+            out.columns_.sizes[copy] = whole[old];
+            continue;
+        }
+        for (NodeId child = c.firstChildren[old]; child != none; child = c.nextSiblings[child])
+            queue.push_back({child, copy, level + 1});
+    }
+    return out;
+}
+
 std::string_view FileTree::nameBytes(NodeId id) const {
     const auto& c = columns_;
     return {c.names.data() + c.nameOffsets[checked(id)], c.nameLengths[id]};

@@ -91,6 +91,10 @@ public:
     /// A renumbered copy holding only live, reachable nodes, copied breadth first: each
     /// folder's children come out in reverse order; sizes are copied, not recomputed.
     FileTree compacted() const;
+    /// For a tree of own sizes (as during a scan): a breadth-first copy of the nodes down to
+    /// `depth` levels below the root, in which a folder on the last level holds its whole size.
+    /// Propagating the copy's sizes then gives every node it holds its true total.
+    FileTree topLevels(int depth) const;
     /// Itself when compact, otherwise its compacted copy: a tree with no copy to spare.
     static FileTree compact(FileTree tree);
 

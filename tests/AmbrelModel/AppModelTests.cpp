@@ -179,12 +179,15 @@ TEST(AppModel, ASupersededScanNeverInstallsItsTree) {
     AppModel model;
     model.chooseFolder(QString::fromStdString(first.path()));
     model.chooseFolder(QString::fromStdString(second.path()));
-    SignalCount revisions(&model, &AppModel::revisionChanged);
+    std::vector<std::string> installed; // previews of the second scan may come first
+    QObject::connect(&model, &AppModel::revisionChanged,
+                     [&] { installed.push_back(model.tree()->rootPath()); });
     ASSERT_TRUE(settleReady(model));
     model.waitForBackgroundWork();
     QCoreApplication::processEvents();
-    EXPECT_EQ(model.tree()->rootPath(), second.path());
-    EXPECT_EQ(revisions.count(), 1);
+    EXPECT_FALSE(installed.empty());
+    for (const auto& rootPath : installed)
+        EXPECT_EQ(rootPath, second.path());
 }
 
 // Folders that could not be read are counted in the notice when a tree is installed; a

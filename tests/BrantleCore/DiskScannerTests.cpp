@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstring>
 #include <map>
@@ -292,6 +293,45 @@ TEST(DiskScanner, CancelReturnsPropagatedPartialTreeAndScannerIsReusable) {
     const FileTree full = scanner.scan(root.path(), 1000);
     EXPECT_EQ(full.count(), fullCount);
     EXPECT_TRUE(sizesPropagated(full));
+}
+
+// Previews taken while the scan runs hold only the top levels; a folder cut off at the last
+// level holds everything read inside it so far, and no total runs ahead of the finished scan.
+TEST(DiskScanner, PreviewsHoldTheTopLevelsWithTotalsSoFar) {
+    TempFolder root;
+    std::string deep = "d";
+    for (int level = 0; level < 9; ++level, deep += "/d") {
+        root.folder(deep);
+        root.file(deep + "/file", 5000);
+    }
+    for (int i = 0; i < 40; ++i) {
+        root.folder("wide" + std::to_string(i));
+        root.file("wide" + std::to_string(i) + "/file", 3000);
+    }
+    DiskScanner scanner(ScanOptions{}, 2, std::chrono::nanoseconds(0));
+    std::vector<FileTree> previews;
+    std::mutex mutex;
+    const FileTree full = scanner.scan(root.path(), 0, {}, [&](FileTree top) {
+        const std::lock_guard lock(mutex);
+        previews.push_back(std::move(top));
+    });
+    ASSERT_FALSE(previews.empty());
+    for (const FileTree& preview : previews)
+        for (NodeId id = 0; id < preview.count(); ++id) {
+            const auto path = preview.path(id);
+            EXPECT_LE(std::ranges::count(path.substr(root.path().size()), '/'),
+                      DiskScanner::previewDepth);
+            EXPECT_LE(preview.size(id), full.size(nodeAt(full, path))) << path;
+        }
+
+    FileTree ownSizes = full.compacted();
+    ownSizes.toOwnSizes();
+    FileTree top = ownSizes.topLevels(2);
+    top.propagateSizes();
+    EXPECT_EQ(top.size(FileTree::root), full.size(FileTree::root));
+    EXPECT_EQ(top.size(nodeAt(top, root.path() + "/d/d")),
+              full.size(nodeAt(full, root.path() + "/d/d")));
+    EXPECT_FALSE(top.node(root.path() + "/d/d/d").has_value());
 }
 
 // The scanner's total is what du reports, folders' own blocks and all.
