@@ -570,7 +570,7 @@ def changes(home):
         if since is None:
             return
         act(find(app, "Colour by growth", pyatspi.ROLE_CHECK_BOX), "Toggle")
-        act(find(app, "What changed", pyatspi.ROLE_PUSH_BUTTON), "Press")
+        act(find(app, "What changed", pyatspi.ROLE_CHECK_BOX), "Toggle")
         listing = wait_for(lambda: find_where(app, lambda n: n.name == "What changed" and
                                               n.getRole() == pyatspi.ROLE_LIST and showing(n)), 5)
         row = listing and wait_for(lambda: find(listing, "target/big/", pyatspi.ROLE_LIST_ITEM), 5)

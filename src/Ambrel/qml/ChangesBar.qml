@@ -25,14 +25,15 @@ RowLayout {
     CheckBox {
         text: "Colour by growth"
         checked: bar.comparison.byGrowth
-        onToggled: bar.comparison.byGrowth = checked
+        // Also when assistive technology toggles it, which emits no `toggled`.
+        onCheckedChanged: bar.comparison.byGrowth = checked
         Accessible.name: text
     }
     Button {
         text: "What changed"
         checkable: true
         checked: bar.showingChanges
-        onToggled: bar.showingChanges = checked
+        onCheckedChanged: bar.showingChanges = checked
         Accessible.name: text
     }
     Repeater {
