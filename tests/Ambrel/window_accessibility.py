@@ -579,6 +579,12 @@ def changes(home):
               + (description(row) if row else "no row"))
         time.sleep(1)
         screenshot("what-changed.png")
+        # The keyboard: the list's second row is the folder; Enter centres the ring on it.
+        act(listing, "SetFocus")
+        key("Down")
+        key("Return")
+        check(wait_for(lambda: find(app, "big", pyatspi.ROLE_PUSH_BUTTON), 5) is not None,
+              "Down and Enter in \"What changed\" centre the ring on \"big\"")
 
 
 with tempfile.TemporaryDirectory() as home:
