@@ -206,6 +206,14 @@ QString RingItem::sliceDetails(int index) const {
         text += model->stageState(static_cast<int>(segment.kind.id)) == 1
                     ? QStringLiteral("\nIn the Cleanup List")
                     : QStringLiteral("\nInside a folder in the Cleanup List");
+    // The growth colours said in words: "+2 MB since the previous scan", "New".
+    const QString change = segment.kind.isNode()
+                               ? model->comparison()->changeText(static_cast<int>(segment.kind.id))
+                               : QString();
+    if (change == QStringLiteral("new"))
+        text += QStringLiteral("\nNew since the previous scan");
+    else if (!change.isEmpty())
+        text += QStringLiteral("\n%1 since the previous scan").arg(change);
     return text;
 }
 
