@@ -104,8 +104,20 @@ void BM_DiffTrees(benchmark::State& state) {
     state.counters["changes"] = static_cast<double>(changes);
 }
 
+// What the window does with a pair: the changes laid onto the newer tree's ids, and the
+// fifty largest with their paths.
+void BM_CompareTrees(benchmark::State& state) {
+    Corpus& c = corpus();
+    for (auto _ : state) {
+        auto comparison = compareTrees(c.tree, c.changed, 50);
+        benchmark::DoNotOptimize(comparison);
+    }
+    state.counters["nodes"] = static_cast<double>(c.tree.count());
+}
+
 } // namespace
 
 BENCHMARK(BM_NcduExportAndSave)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_NcduLoadAndImport)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_DiffTrees)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_CompareTrees)->Unit(benchmark::kMillisecond)->Iterations(3);

@@ -1,6 +1,6 @@
 #pragma once
 // The model's types as QML knows them: the model itself (handed to the window, never made in
-// QML) and the scan target's kinds.
+// QML), its comparison with the previous scan and the scan target's kinds.
 
 #include "AmbrelModel/AppModel.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
@@ -15,6 +15,13 @@ struct AppModelForeign {
     QML_FOREIGN(ambrel::AppModel)
     QML_NAMED_ELEMENT(AppModel)
     QML_UNCREATABLE("The application has one model")
+};
+
+struct ScanComparisonForeign {
+    Q_GADGET
+    QML_FOREIGN(ambrel::ScanComparison)
+    QML_NAMED_ELEMENT(ScanComparison)
+    QML_UNCREATABLE("The model owns the comparison")
 };
 
 namespace ScanTargetForeign {

@@ -1,6 +1,7 @@
 #include "RingItem.hpp"
 
 #include "DiscMaterial.hpp"
+#include "GrowthColors.hpp"
 #include "RingKit/RingMorph.hpp"
 #include "RingKit/RingTessellator.hpp"
 #include "RingKit/RingViewport.hpp"
@@ -109,11 +110,18 @@ void RingItem::setModel(AppModel* model) {
     if (model == model_) return;
     disconnect(layoutConnection_);
     disconnect(listConnection_);
+    disconnect(growthConnection_);
+    disconnect(comparedConnection_);
     model_ = model;
-    if (model_) {
+    if (model) {
         layoutConnection_ =
             connect(model_, &AppModel::layoutIDChanged, this, &RingItem::showLayout);
         listConnection_ = connect(model_, &AppModel::lowTideChanged, this, &RingItem::refreshMarks);
+        const ScanComparison* comparison = model->comparison();
+        growthConnection_ =
+            connect(comparison, &ScanComparison::byGrowthChanged, this, [this] { update(); });
+        comparedConnection_ =
+            connect(comparison, &ScanComparison::changed, this, [this] { update(); });
     }
     showLayout();
     emit modelChanged();
@@ -198,6 +206,14 @@ QString RingItem::sliceDetails(int index) const {
         text += model->stageState(static_cast<int>(segment.kind.id)) == 1
                     ? QStringLiteral("\nIn the Cleanup List")
                     : QStringLiteral("\nInside a folder in the Cleanup List");
+    // The growth colours said in words: "+2 MB since the previous scan", "New".
+    const QString change = segment.kind.isNode()
+                               ? model->comparison()->changeText(static_cast<int>(segment.kind.id))
+                               : QString();
+    if (change == QStringLiteral("new"))
+        text += QStringLiteral("\nNew since the previous scan");
+    else if (!change.isEmpty())
+        text += QStringLiteral("\n%1 since the previous scan").arg(change);
     return text;
 }
 
@@ -438,6 +454,27 @@ void RingItem::appendHighlight(double pxPerUnit) {
     ringkit::RingTessellator::appendSlice(slice, pxPerUnit, frameVertices_, viewport.placement());
 }
 
+void RingItem::appendGrowth(double pxPerUnit) {
+    const AppModel* model = model_.data();
+    if (model == nullptr) return;
+    const ScanComparison* comparison = model->comparison();
+    if (!comparison->byGrowth() || !comparison->available()) return;
+    const auto placement = ringkit::RingViewport{width(), height()}.placement();
+    for (const auto& segment : animation_.segments()) {
+        const auto type = segment.kind.type;
+        if (type == ringkit::RingSegment::Kind::Type::hidden ||
+            type == ringkit::RingSegment::Kind::Type::purgeable)
+            continue;
+        // Merged slices stand for many small items; they stay unchanged in colour.
+        const auto change =
+            segment.kind.isNode() ? comparison->state(segment.kind.id) : brantle::NodeChange{};
+        const ringkit::RingSlice slice{segment.start, segment.end,
+                                       static_cast<double>(segment.depth),
+                                       GrowthColors::rgba(change, dark_), 1.0};
+        ringkit::RingTessellator::appendSlice(slice, pxPerUnit, frameVertices_, placement);
+    }
+}
+
 // Listed slices are striped across, 3 pixels of ink every 9, in either look; a slice too
 // narrow for a stripe is shaded whole.
 void RingItem::appendListedMarks(double pxPerUnit) {
@@ -487,6 +524,7 @@ QSGNode* RingItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     const auto vertices = animation_.vertices();
     frameVertices_.assign(vertices.begin(), vertices.end());
     if (!moving) {
+        appendGrowth(pxPerUnit);
         appendListedMarks(pxPerUnit);
         appendHighlight(pxPerUnit);
     }

@@ -115,6 +115,9 @@ private:
     /// Moves the keyboard's slice by `step`, wrapping around.
     void stepSlice(int step);
     void appendHighlight(double pxPerUnit);
+    /// Each slice over again in the colour of its change since the previous scan, when the
+    /// ring shows growth.
+    void appendGrowth(double pxPerUnit);
     /// Stripes across every slice in the Cleanup List or inside a listed folder.
     void appendListedMarks(double pxPerUnit);
     /// Notes which slices are in the Cleanup List, so painting needs no look-ups.
@@ -123,6 +126,8 @@ private:
     QPointer<AppModel> model_;
     QMetaObject::Connection layoutConnection_;
     QMetaObject::Connection listConnection_;
+    QMetaObject::Connection growthConnection_;
+    QMetaObject::Connection comparedConnection_;
     QElapsedTimer clock_;
     ringkit::RingAnimation animation_;
     std::vector<ringkit::RingVertex> frameVertices_;

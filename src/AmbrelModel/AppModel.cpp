@@ -24,6 +24,9 @@ AppModel::AppModel(QObject* parent) : QObject(parent), watch_(new SpaceWatch(*th
     connect(&session_, &ScanSession::previewed, this, &AppModel::preview);
     connect(&session_, &ScanSession::finished, this, &AppModel::finish);
     connect(&session_, &ScanSession::scanNeeded, this, &AppModel::fullScan);
+    comparison_ = new ScanComparison(
+        [this](std::function<void()> work) { session_.runInBackground(std::move(work)); }, this);
+    connect(&session_, &ScanSession::stored, comparison_, &ScanComparison::previousReplaced);
     connect(&session_, &ScanSession::progressed, this, [this](const brantle::ScanProgress& p) {
         if (phase_ == Phase::Scanning) setProgress(p);
     });
@@ -368,6 +371,8 @@ void AppModel::relayout() {
     requireMainThread();
     const bool wholeDisk = phase_ == Phase::Ready && target_.kind == ScanTarget::Kind::StartupDisk;
     view_.relayout(wholeDisk ? volume_ : std::nullopt);
+    // Every new tree is laid out; one opened from a file has no previous snapshot here.
+    comparison_->show(readOnly() ? nullptr : view_.tree());
     emit layoutIDChanged();
     emit fullnessChanged();
 }

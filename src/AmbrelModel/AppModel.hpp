@@ -4,6 +4,7 @@
 #include "AmbrelModel/CleanupList.hpp"
 #include "AmbrelModel/Notice.hpp"
 #include "AmbrelModel/RemovalRun.hpp"
+#include "AmbrelModel/ScanComparison.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
 #include "AmbrelModel/SpaceWatch.hpp"
@@ -72,6 +73,7 @@ class AppModel : public QObject {
     Q_PROPERTY(int checkedCount READ checkedCount NOTIFY shorelineCheckedChanged)
     Q_PROPERTY(double checkedBytes READ checkedBytesValue NOTIFY shorelineCheckedChanged)
     Q_PROPERTY(int historyDays READ historyDays NOTIFY historyChanged)
+    Q_PROPERTY(ambrel::ScanComparison* comparison READ comparison CONSTANT)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -143,6 +145,8 @@ public:
     /// Starts Space Watch; once, at launch.
     void startTideWatch();
     SpaceWatch& watch() { return *watch_; }
+    /// The shown tree against the previous snapshot of its target.
+    ScanComparison* comparison() const { return comparison_; }
     /// Shows the pane a notification named ("shoreline", "history"; another name the
     /// explorer, none the history); the window is asked to come forward.
     Q_INVOKABLE void openSection(const QString& section);
@@ -376,6 +380,7 @@ private:
     helperkit::AdminHelper::Launch helperLaunch_ = helperkit::AdminHelper::Launch::installed();
     AdministratorScan* adminClient_ = nullptr; ///< the running administrator scan, a child
     SpaceWatch* watch_ = nullptr;              ///< a child
+    ScanComparison* comparison_ = nullptr;     ///< a child
 };
 
 } // namespace ambrel

@@ -140,6 +140,7 @@ void ScanSession::catchUp(const ScanTarget& target, bool quiet, int session,
     whenCurrent(session, [this, target, tree] { emit finished(tree, target); });
     if (caughtUp->reread == 0) return;
     StoredSnapshot::save(*tree, caughtUp->meta.fsEventID);
+    whenCurrent(session, [this, target] { emit stored(target); });
     rememberItemCount(tree->rootPath(), tree->count());
 }
 
@@ -166,6 +167,7 @@ void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount)
         if (scanner->isCancelled()) return;
         whenCurrent(session, [this, tree, target] { emit finished(tree, target); });
         StoredSnapshot::save(*tree, eventID);
+        whenCurrent(session, [this, target] { emit stored(target); });
         rememberItemCount(rootPath, tree->count());
     });
 }

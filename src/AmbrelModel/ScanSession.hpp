@@ -50,6 +50,8 @@ signals:
     void finished(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     void progressed(const brantle::ScanProgress& progress);
     void scanNeeded(const ScanTarget& target);
+    /// A tree of `target` was stored, so its previous snapshot was replaced.
+    void stored(const ScanTarget& target);
 
 private:
     /// Cancels the running scan and returns the token of a new session scanning `rootPath`.

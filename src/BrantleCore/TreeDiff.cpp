@@ -1,6 +1,7 @@
 #include "BrantleCore/TreeDiff.hpp"
 
 #include <algorithm>
+#include <limits>
 #include <unordered_map>
 #include <utility>
 
@@ -61,19 +62,56 @@ std::vector<std::uint64_t> linkNeutralSizes(const FileTree& tree) {
     return sizes;
 }
 
+/// A change as the walk finds it; its path is made only for the changes kept.
+struct Found {
+    NodeId id; ///< in the newer tree, or the older one for a removed item
+    std::uint64_t oldSize;
+    std::uint64_t newSize;
+    TreeChange::Kind kind;
+
+    std::uint64_t amount() const {
+        return oldSize > newSize ? oldSize - newSize : newSize - oldSize;
+    }
+};
+
 class Differ {
 public:
-    Differ(const FileTree& before, const FileTree& after)
+    Differ(const FileTree& before, const FileTree& after, bool withColumns)
         : before_(before), after_(after), beforeSizes_(linkNeutralSizes(before)),
-          afterSizes_(linkNeutralSizes(after)) {}
+          afterSizes_(linkNeutralSizes(after)) {
+        if (withColumns) {
+            columns_.deltas.assign(after.count(), 0);
+            columns_.states.assign(after.count(), NodeChange::unchanged);
+        }
+    }
 
-    std::vector<TreeChange> run() {
-        compare(FileTree::root, FileTree::root);
-        std::sort(changes_.begin(), changes_.end(), [](const TreeChange& a, const TreeChange& b) {
+    void run() { compare(FileTree::root, FileTree::root); }
+
+    /// The `limit` largest changes, largest first, equal changes by path.
+    std::vector<TreeChange> largest(std::size_t limit) {
+        if (limit == 0) return {};
+        auto byAmount = [](const Found& a, const Found& b) { return a.amount() > b.amount(); };
+        if (found_.size() > limit) {
+            // Only changes at least as large as the limit-th need a path, ties included.
+            const auto nth = found_.begin() + static_cast<std::ptrdiff_t>(limit - 1);
+            std::nth_element(found_.begin(), nth, found_.end(), byAmount);
+            const auto threshold = nth->amount();
+            std::erase_if(found_, [&](const Found& f) { return f.amount() < threshold; });
+        }
+        std::vector<TreeChange> changes;
+        changes.reserve(found_.size());
+        for (const Found& f : found_) {
+            const auto& tree = f.kind == TreeChange::Kind::removed ? before_ : after_;
+            changes.push_back({tree.path(f.id), f.oldSize, f.newSize, f.kind});
+        }
+        std::sort(changes.begin(), changes.end(), [](const TreeChange& a, const TreeChange& b) {
             return a.amount() != b.amount() ? a.amount() > b.amount() : a.path < b.path;
         });
-        return std::move(changes_);
+        if (changes.size() > limit) changes.resize(limit);
+        return changes;
     }
+
+    ChangeColumns takeColumns() { return std::move(columns_); }
 
 private:
     static std::uint64_t sizeOf(const FileTree& tree, const std::vector<std::uint64_t>& sizes,
@@ -82,6 +120,7 @@ private:
     }
     std::uint64_t oldSize(NodeId id) const { return sizeOf(before_, beforeSizes_, id); }
     std::uint64_t newSize(NodeId id) const { return sizeOf(after_, afterSizes_, id); }
+    bool withColumns() const { return !columns_.states.empty(); }
 
     bool isFolder(const FileTree& tree, NodeId id) const {
         return tree.flags(id).contains(NodeFlags::directory);
@@ -91,9 +130,14 @@ private:
         const std::uint64_t before = oldSize(old);
         const std::uint64_t after = newSize(now);
         if (before != after) {
-            changes_.push_back(
-                {after_.path(now), before, after,
-                 after > before ? TreeChange::Kind::grown : TreeChange::Kind::shrunk});
+            const auto kind = after > before ? TreeChange::Kind::grown : TreeChange::Kind::shrunk;
+            found_.push_back({now, before, after, kind});
+            if (withColumns()) {
+                columns_.deltas[now] =
+                    static_cast<std::int64_t>(after) - static_cast<std::int64_t>(before);
+                columns_.states[now] =
+                    kind == TreeChange::Kind::grown ? NodeChange::grown : NodeChange::shrunk;
+            }
         }
         if (isFolder(before_, old) && isFolder(after_, now)) compareChildren(old, now);
     }
@@ -105,15 +149,29 @@ private:
         auto n = nows.begin();
         while (o != olds.end() || n != nows.end()) {
             if (n == nows.end() || (o != olds.end() && o->first < n->first)) {
-                changes_.push_back(
-                    {before_.path(o->second), oldSize(o->second), 0, TreeChange::Kind::removed});
+                found_.push_back({o->second, oldSize(o->second), 0, TreeChange::Kind::removed});
                 ++o;
             } else if (o == olds.end() || n->first < o->first) {
-                changes_.push_back(
-                    {after_.path(n->second), 0, newSize(n->second), TreeChange::Kind::added});
+                found_.push_back({n->second, 0, newSize(n->second), TreeChange::Kind::added});
+                if (withColumns()) markAdded(n->second);
                 ++n;
             } else {
                 compare((o++)->second, (n++)->second);
+            }
+        }
+    }
+
+    /// The new item and everything inside it.
+    void markAdded(NodeId top) {
+        std::vector<NodeId> pending{top};
+        while (!pending.empty()) {
+            const NodeId id = pending.back();
+            pending.pop_back();
+            columns_.deltas[id] = static_cast<std::int64_t>(newSize(id));
+            columns_.states[id] = NodeChange::added;
+            for (NodeId child = after_.firstChild(id); child != FileTree::none;
+                 child = after_.nextSibling(child)) {
+                if (!after_.isDead(child)) pending.push_back(child);
             }
         }
     }
@@ -122,7 +180,8 @@ private:
     const FileTree& after_;
     const std::vector<std::uint64_t> beforeSizes_;
     const std::vector<std::uint64_t> afterSizes_;
-    std::vector<TreeChange> changes_;
+    std::vector<Found> found_;
+    ChangeColumns columns_;
 };
 
 } // namespace
@@ -142,7 +201,16 @@ std::string_view changeName(TreeChange::Kind kind) {
 }
 
 std::vector<TreeChange> diffTrees(const FileTree& before, const FileTree& after) {
-    return Differ(before, after).run();
+    Differ differ(before, after, false);
+    differ.run();
+    return differ.largest(std::numeric_limits<std::size_t>::max());
+}
+
+TreeComparison compareTrees(const FileTree& before, const FileTree& after, std::size_t limit) {
+    Differ differ(before, after, true);
+    differ.run();
+    auto largest = differ.largest(limit);
+    return {differ.takeColumns(), std::move(largest)};
 }
 
 } // namespace brantle

@@ -35,4 +35,24 @@ std::string_view changeName(TreeChange::Kind kind);
 /// path.
 std::vector<TreeChange> diffTrees(const FileTree& before, const FileTree& after);
 
+/// How a node of the newer tree stands against the older tree.
+enum class NodeChange : std::uint8_t { unchanged, grown, shrunk, added };
+
+/// The changes laid onto the newer tree's node ids, so a view looks a node up in O(1): how
+/// much its size moved (signed) and how it stands. Everything inside a new folder is new;
+/// dead nodes are unchanged.
+struct ChangeColumns {
+    std::vector<std::int64_t> deltas;
+    std::vector<NodeChange> states;
+};
+
+/// What a window shows of a comparison, from one walk: the columns over `after`, and the
+/// `limit` largest changes in the order of `diffTrees`.
+struct TreeComparison {
+    ChangeColumns columns;
+    std::vector<TreeChange> largest;
+};
+
+TreeComparison compareTrees(const FileTree& before, const FileTree& after, std::size_t limit);
+
 } // namespace brantle

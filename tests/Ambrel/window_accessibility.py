@@ -548,7 +548,47 @@ def history(home):
         screenshot("settings.png")
 
 
+def changes(home):
+    # Two launches on one folder with a file added between them: the second one's catch-up
+    # stores a new snapshot, and the window shows what changed since the first.
+    target = os.path.join(home, "target")
+    make_tree(target)
+    snapshots = os.path.join(home, ".local/share/Ambrel/Snapshots")
+    with running(home, target) as app:
+        if app is None:
+            return
+        wait_for(lambda: find(app, "small.txt", pyatspi.ROLE_LIST_ITEM))
+        wait_for(lambda: os.path.isdir(snapshots) and os.listdir(snapshots), 10)
+    with open(os.path.join(target, "big", "more"), "wb") as f:
+        f.write(os.urandom(2_000_000))
+    with running(home, target) as app:
+        if app is None:
+            return
+        since = wait_for(lambda: find_where(app, lambda n: showing(n) and
+                                            n.name.startswith("Changes since ")), 30)
+        check(since is not None, "the window reads \"Changes since …\"")
+        if since is None:
+            return
+        act(find(app, "Colour by growth", pyatspi.ROLE_CHECK_BOX), "Toggle")
+        act(find(app, "What changed", pyatspi.ROLE_CHECK_BOX), "Toggle")
+        listing = wait_for(lambda: find_where(app, lambda n: n.name == "What changed" and
+                                              n.getRole() == pyatspi.ROLE_LIST and showing(n)), 5)
+        row = listing and wait_for(lambda: find(listing, "target/big/", pyatspi.ROLE_LIST_ITEM), 5)
+        check(row is not None and description(row).startswith("3 MB → 5 MB, +2 MB"),
+              "\"What changed\" lists \"target/big/\" grown from 3 MB to 5 MB: "
+              + (description(row) if row else "no row"))
+        time.sleep(1)
+        screenshot("what-changed.png")
+        # The keyboard: the list's second row is the folder; Enter centres the ring on it.
+        act(listing, "SetFocus")
+        key("Down")
+        key("Return")
+        check(wait_for(lambda: find(app, "big", pyatspi.ROLE_PUSH_BUTTON), 5) is not None,
+              "Down and Enter in \"What changed\" centre the ring on \"big\"")
 
+
+with tempfile.TemporaryDirectory() as home:
+    changes(home)
 with tempfile.TemporaryDirectory() as home:
     history(home)
 with tempfile.TemporaryDirectory() as home:

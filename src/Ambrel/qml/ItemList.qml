@@ -91,6 +91,9 @@ ColumnLayout {
             // Read again whenever the Cleanup List changes.
             readonly property int stageState: list.appModel.lowTide.length >= 0
                 ? list.appModel.stageState(row.modelData.node) : 0
+            // Read again whenever the comparison with the previous scan changes.
+            readonly property string change: list.appModel.comparison.revision >= 0
+                ? list.appModel.comparison.changeText(row.modelData.node) : ""
             readonly property string mark: [row.modelData.unreadable ? "Could not be read" : "",
                 row.stageState === 1 ? "In the Cleanup List"
                 : row.stageState === 2 ? "Inside a folder in the Cleanup List" : ""]
@@ -100,6 +103,7 @@ ColumnLayout {
             height: 30
             name: row.modelData.name
             description: row.modelData.size + ", " + Math.round(row.modelData.share * 100) + " %"
+                + (row.change === "" ? "" : ", " + row.change)
                 + (row.mark === "" ? "" : ", " + row.mark)
             current: rows.activeFocus && rows.currentIndex === row.index
             // Marks the row for assistive technology; ListRow's own interface answers for it.
@@ -161,6 +165,15 @@ ColumnLayout {
                     horizontalAlignment: Text.AlignRight
                     text: row.modelData.size
                     color: Theme.text
+                }
+                Label {
+                    objectName: "rowChange"
+                    visible: list.appModel.comparison.available
+                    Layout.preferredWidth: 72
+                    horizontalAlignment: Text.AlignRight
+                    text: row.change
+                    color: row.change === "new" ? GrowthColors.added
+                        : row.change.startsWith("+") ? GrowthColors.grown : GrowthColors.shrunk
                 }
             }
             MouseArea {

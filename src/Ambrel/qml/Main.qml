@@ -126,6 +126,14 @@ ApplicationWindow {
             }
         }
 
+        ChangesBar {
+            id: changesBar
+            comparison: window.appModel.comparison
+            visible: window.appModel.section === AppModel.Section.Explorer
+                && window.appModel.comparison.available
+            Layout.fillWidth: true
+        }
+
         StackLayout {
             Layout.fillWidth: true
             Layout.fillHeight: true
@@ -160,6 +168,17 @@ ApplicationWindow {
                     appModel: window.appModel
                     onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
                     onHoveredNodeChanged: ringView.ring.showNode(itemList.hoveredNode)
+                    visible: !whatChanged.visible
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                    Layout.preferredWidth: 2
+                }
+
+                WhatChanged {
+                    id: whatChanged
+                    appModel: window.appModel
+                    visible: changesBar.visible && changesBar.showingChanges
+                    onReveal: node => ringView.ring.showNode(node)
                     Layout.fillWidth: true
                     Layout.fillHeight: true
                     Layout.preferredWidth: 2

@@ -1,0 +1,147 @@
+#include "AmbrelModel/ScanComparison.hpp"
+
+#include "AmbrelModel/StoredSnapshot.hpp"
+#include "BrantleCore/ByteFormat.hpp"
+
+#include <QDateTime>
+#include <QLocale>
+
+namespace ambrel {
+
+namespace {
+
+QString bytesText(std::uint64_t bytes) {
+    return QString::fromStdString(brantle::formatBytes(bytes));
+}
+
+QString signedText(std::int64_t delta) {
+    return delta < 0 ? QStringLiteral("−") + bytesText(static_cast<std::uint64_t>(-delta))
+                     : QStringLiteral("+") + bytesText(static_cast<std::uint64_t>(delta));
+}
+
+QString changeText(const brantle::TreeChange& change) {
+    switch (change.kind) {
+    case brantle::TreeChange::Kind::added:
+        return QStringLiteral("new");
+    case brantle::TreeChange::Kind::removed:
+        return QStringLiteral("removed");
+    case brantle::TreeChange::Kind::grown:
+        return QStringLiteral("+") + bytesText(change.amount());
+    case brantle::TreeChange::Kind::shrunk:
+        return QStringLiteral("−") + bytesText(change.amount());
+    }
+    return {};
+}
+
+/// The path as the view shows it: from the root's own name down ("target/big/blob").
+QString shownPath(const brantle::FileTree& tree, const std::string& path) {
+    const auto root = QString::fromStdString(tree.name(brantle::FileTree::root));
+    const auto below = std::string_view(path).substr(tree.rootPath().size());
+    return root + QString::fromUtf8(below.data(), static_cast<qsizetype>(below.size()));
+}
+
+QVariantMap row(const brantle::FileTree& tree, const brantle::TreeChange& change) {
+    const bool gone = change.kind == brantle::TreeChange::Kind::removed;
+    const auto node = gone ? std::nullopt : tree.node(change.path);
+    const bool folder = node && tree.flags(*node).contains(brantle::NodeFlags::directory);
+    return {{"path", QString::fromStdString(change.path)},
+            {"shownPath", shownPath(tree, change.path) + (folder ? "/" : "")},
+            {"folder", folder},
+            {"oldSize", change.kind == brantle::TreeChange::Kind::added
+                            ? QStringLiteral("—")
+                            : bytesText(change.oldSize)},
+            {"newSize", gone ? QStringLiteral("—") : bytesText(change.newSize)},
+            {"change", changeText(change)},
+            {"grew", change.newSize > change.oldSize}};
+}
+
+} // namespace
+
+struct ScanComparison::Outcome {
+    std::shared_ptr<const brantle::FileTree> tree;
+    QString sinceText; ///< empty: no previous snapshot
+    brantle::ChangeColumns columns;
+    QVariantList largest;
+};
+
+ScanComparison::ScanComparison(Runner runInBackground, QObject* parent)
+    : QObject(parent), runInBackground_(std::move(runInBackground)) {}
+
+void ScanComparison::show(std::shared_ptr<const brantle::FileTree> tree) {
+    if (tree == shown_) return;
+    const bool sameRoot = tree && shown_ && tree->rootPath() == shown_->rootPath();
+    shown_ = std::move(tree);
+    // Another target's changes must not stay on screen while this one's are worked out.
+    if (!sameRoot && available()) install({shown_, {}, {}, {}});
+    compare();
+}
+
+void ScanComparison::previousReplaced() {
+    compare();
+}
+
+void ScanComparison::compare() {
+    const int request = ++request_;
+    if (!shown_) return;
+    runInBackground_([this, request, tree = shown_] {
+        Outcome outcome{tree, {}, {}, {}};
+        if (const auto previous = StoredSnapshot::loadPrevious(tree->rootPath())) {
+            const auto when = QDateTime::fromMSecsSinceEpoch(
+                static_cast<qint64>(previous->meta.scannedAt * 1000));
+            outcome.sinceText = QStringLiteral("Changes since %1")
+                                    .arg(QLocale().toString(when, QLocale::ShortFormat));
+            auto comparison = brantle::compareTrees(previous->tree, *tree, listed);
+            outcome.columns = std::move(comparison.columns);
+            for (const auto& change : comparison.largest)
+                outcome.largest.append(row(*tree, change));
+        }
+        QMetaObject::invokeMethod(
+            this,
+            [this, request, outcome = std::move(outcome)] {
+                if (request == request_) install(outcome);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void ScanComparison::install(const Outcome& outcome) {
+    compared_ = outcome.tree;
+    columns_ = outcome.columns;
+    largest_ = outcome.largest;
+    sinceText_ = outcome.sinceText;
+    ++revision_;
+    emit changed();
+}
+
+void ScanComparison::setByGrowth(bool on) {
+    if (on == byGrowth_) return;
+    byGrowth_ = on;
+    emit byGrowthChanged();
+}
+
+brantle::NodeChange ScanComparison::state(brantle::NodeId node) const {
+    if (!current() || node >= columns_.states.size()) return brantle::NodeChange::unchanged;
+    return columns_.states[node];
+}
+
+std::int64_t ScanComparison::delta(brantle::NodeId node) const {
+    if (!current() || node >= columns_.deltas.size()) return 0;
+    return columns_.deltas[node];
+}
+
+QString ScanComparison::changeText(int node) const {
+    if (node < 0) return {};
+    const auto id = static_cast<brantle::NodeId>(node);
+    switch (state(id)) {
+    case brantle::NodeChange::unchanged:
+        return {};
+    case brantle::NodeChange::added:
+        return QStringLiteral("new");
+    case brantle::NodeChange::grown:
+    case brantle::NodeChange::shrunk:
+        return signedText(delta(id));
+    }
+    return {};
+}
+
+} // namespace ambrel
