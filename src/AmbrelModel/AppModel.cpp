@@ -371,8 +371,9 @@ void AppModel::relayout() {
     requireMainThread();
     const bool wholeDisk = phase_ == Phase::Ready && target_.kind == ScanTarget::Kind::StartupDisk;
     view_.relayout(wholeDisk ? volume_ : std::nullopt);
-    // Every new tree is laid out; one opened from a file has no previous snapshot here.
-    comparison_->show(readOnly() ? nullptr : view_.tree());
+    // Every new tree is laid out; one opened from a file has no previous snapshot here, and a
+    // scan's preview would only seem to have shrunk.
+    comparison_->show(readOnly() || phase_ == Phase::Scanning ? nullptr : view_.tree());
     emit layoutIDChanged();
     emit fullnessChanged();
 }
