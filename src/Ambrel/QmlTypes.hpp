@@ -17,6 +17,13 @@ struct AppModelForeign {
     QML_UNCREATABLE("The application has one model")
 };
 
+struct SearchResultsForeign {
+    Q_GADGET
+    QML_FOREIGN(ambrel::SearchResults)
+    QML_NAMED_ELEMENT(SearchResults)
+    QML_UNCREATABLE("The model makes the search")
+};
+
 namespace ScanTargetForeign {
 Q_NAMESPACE
 QML_FOREIGN_NAMESPACE(ambrel::ScanTargetKinds)

@@ -6,6 +6,7 @@
 #include "AmbrelModel/RemovalRun.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
+#include "AmbrelModel/SearchResults.hpp"
 #include "AmbrelModel/SpaceWatch.hpp"
 #include "AmbrelModel/ViewState.hpp"
 #include "BrantleCore/DiskScanner.hpp"
@@ -72,6 +73,7 @@ class AppModel : public QObject {
     Q_PROPERTY(int checkedCount READ checkedCount NOTIFY shorelineCheckedChanged)
     Q_PROPERTY(double checkedBytes READ checkedBytesValue NOTIFY shorelineCheckedChanged)
     Q_PROPERTY(int historyDays READ historyDays NOTIFY historyChanged)
+    Q_PROPERTY(ambrel::SearchResults* search READ search CONSTANT)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -143,6 +145,8 @@ public:
     /// Starts Space Watch; once, at launch.
     void startTideWatch();
     SpaceWatch& watch() { return *watch_; }
+    /// The search over the shown tree; it follows each new tree.
+    SearchResults* search() const { return search_; }
     /// Shows the pane a notification named ("shoreline", "history"; another name the
     /// explorer, none the history); the window is asked to come forward.
     Q_INVOKABLE void openSection(const QString& section);
@@ -376,6 +380,7 @@ private:
     helperkit::AdminHelper::Launch helperLaunch_ = helperkit::AdminHelper::Launch::installed();
     AdministratorScan* adminClient_ = nullptr; ///< the running administrator scan, a child
     SpaceWatch* watch_ = nullptr;              ///< a child
+    SearchResults* search_ = nullptr;          ///< a child
 };
 
 } // namespace ambrel

@@ -57,6 +57,21 @@ ApplicationWindow {
         onActivated: reviewSheet.review(false)
     }
 
+    Shortcut {
+        sequence: StandardKey.Find
+        onActivated: searchView.show()
+    }
+    SearchView {
+        id: searchView
+        appModel: window.appModel
+        onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
+        onReveal: (folder, node) => {
+            window.appModel.section = AppModel.Section.Explorer
+            window.appModel.focusOn(folder)
+            ringView.ring.showNode(node)
+        }
+    }
+
     ItemMenu {
         id: itemMenu
         appModel: window.appModel
