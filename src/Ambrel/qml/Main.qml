@@ -58,7 +58,7 @@ ApplicationWindow {
     }
 
     Shortcut {
-        sequence: StandardKey.Find
+        sequence: "Ctrl+F"
         onActivated: searchView.show()
     }
     SearchView {
@@ -105,6 +105,7 @@ ApplicationWindow {
                 }) as FolderChooser
             window.folderDialog.open()
         }
+        onSearch: searchView.show()
         onOpenScan: {
             if (!window.scanFileDialog)
                 window.scanFileDialog = scanFileChooser.createObject(window, {

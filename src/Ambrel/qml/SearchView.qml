@@ -50,7 +50,8 @@ Popup {
         radius: 6
     }
 
-    contentItem: ColumnLayout {
+    ColumnLayout {
+        anchors.fill: parent
         spacing: 8
 
         RowLayout {
