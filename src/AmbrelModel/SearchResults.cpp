@@ -64,7 +64,8 @@ bool SearchResults::hasQuery() const {
 }
 
 QString SearchResults::summary() const {
-    if (!hasQuery() || !searcher_) return {};
+    if (!hasQuery()) return {};
+    if (!searcher_) return QStringLiteral("Results appear when the scan is done");
     if (matchCount_ == 0) return QStringLiteral("No items found");
     if (matchCount_ == 1) return QStringLiteral("1 item");
     const auto count = QLocale().toString(static_cast<qulonglong>(matchCount_));

@@ -58,6 +58,7 @@ public:
     void setNotModifiedDays(int days);
     int matchCount() const { return static_cast<int>(matchCount_); }
     /// "3 items", "The largest 500 of 1,234 items", "No items found", or empty with no query.
+    /// Without a tree, that results come once there is one.
     QString summary() const;
     /// The folder to show for a row: the item itself when it is one, else its folder; −1 for
     /// no such row.

@@ -108,8 +108,9 @@ void TreeSearch::fold(std::string_view name, std::string& out) {
 
 bool TreeSearch::foldName(std::string_view name, std::string& out) {
     bool ascii = true;
-    // A lower-case letter takes at most half as many bytes again as its capital.
-    out.resize_and_overwrite(name.size() + name.size() / 2 + 4, [&](char* to, std::size_t) {
+    // ASCII keeps its length and any other letter takes two bytes at least and four at most,
+    // so the folded name is at most twice as long.
+    out.resize_and_overwrite(name.size() * 2, [&](char* to, std::size_t) {
         std::size_t written = 0;
         std::size_t i = 0;
         // Eight ASCII bytes at a time: each capital gains the 0x20 bit.

@@ -35,8 +35,9 @@ ApplicationWindow {
     }
     Shortcut {
         sequence: "Escape"
-        enabled: window.appModel.phase === AppModel.Phase.Scanning
-            || window.appModel.phase === AppModel.Phase.Updating
+        // The search closes on its own Escape.
+        enabled: (window.appModel.phase === AppModel.Phase.Scanning
+            || window.appModel.phase === AppModel.Phase.Updating) && !searchView.visible
         onActivated: window.appModel.stopScan()
     }
 
