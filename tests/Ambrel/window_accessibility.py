@@ -329,9 +329,16 @@ def search(home):
                                                 pyatspi.ROLE_LIST_ITEM), 5)
         check(row is not None, "typing a name lists the matching item by its name")
         check(find(app, "1 item") is not None, "the search says how many items match")
-        for name in ("Larger than Any size", "Not modified for Any time"):
-            check(find(app, name, pyatspi.ROLE_COMBO_BOX) is not None, f"the filter {name!r}")
         screenshot("window-search.png")
+        # Tab walks from the field through both filters to the results.
+        for name in ("Larger than Any size", "Not modified for Any time"):
+            key("Tab")
+            box = find(app, name, pyatspi.ROLE_COMBO_BOX)
+            check(box is not None and focused(box), f"Tab reaches the filter {name!r}")
+        key("Tab")
+        key("Down")
+        check(focused(results) or any(focused(r) for r in results),
+              "Tab then an arrow reach the results")
         if row is None:
             return
         act(row, "ShowMenu")
