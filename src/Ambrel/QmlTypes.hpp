@@ -24,6 +24,13 @@ struct ScanComparisonForeign {
     QML_UNCREATABLE("The model owns the comparison")
 };
 
+struct SearchResultsForeign {
+    Q_GADGET
+    QML_FOREIGN(ambrel::SearchResults)
+    QML_NAMED_ELEMENT(SearchResults)
+    QML_UNCREATABLE("The model makes the search")
+};
+
 namespace ScanTargetForeign {
 Q_NAMESPACE
 QML_FOREIGN_NAMESPACE(ambrel::ScanTargetKinds)

@@ -20,7 +20,10 @@
 
 namespace ambrel {
 
-AppModel::AppModel(QObject* parent) : QObject(parent), watch_(new SpaceWatch(*this)) {
+AppModel::AppModel(QObject* parent)
+    : QObject(parent), watch_(new SpaceWatch(*this)), search_(new SearchResults(this)) {
+    // Every new tree is laid out; the search takes it from there.
+    connect(this, &AppModel::layoutIDChanged, search_, [this] { search_->setTree(view_.tree()); });
     connect(&session_, &ScanSession::previewed, this, &AppModel::preview);
     connect(&session_, &ScanSession::finished, this, &AppModel::finish);
     connect(&session_, &ScanSession::scanNeeded, this, &AppModel::fullScan);

@@ -7,6 +7,7 @@
 #include "AmbrelModel/ScanComparison.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
+#include "AmbrelModel/SearchResults.hpp"
 #include "AmbrelModel/SpaceWatch.hpp"
 #include "AmbrelModel/ViewState.hpp"
 #include "BrantleCore/DiskScanner.hpp"
@@ -74,6 +75,7 @@ class AppModel : public QObject {
     Q_PROPERTY(double checkedBytes READ checkedBytesValue NOTIFY shorelineCheckedChanged)
     Q_PROPERTY(int historyDays READ historyDays NOTIFY historyChanged)
     Q_PROPERTY(ambrel::ScanComparison* comparison READ comparison CONSTANT)
+    Q_PROPERTY(ambrel::SearchResults* search READ search CONSTANT)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -147,6 +149,8 @@ public:
     SpaceWatch& watch() { return *watch_; }
     /// The shown tree against the previous snapshot of its target.
     ScanComparison* comparison() const { return comparison_; }
+    /// The search over the shown tree; it follows each new tree.
+    SearchResults* search() const { return search_; }
     /// Shows the pane a notification named ("shoreline", "history"; another name the
     /// explorer, none the history); the window is asked to come forward.
     Q_INVOKABLE void openSection(const QString& section);
@@ -381,6 +385,7 @@ private:
     AdministratorScan* adminClient_ = nullptr; ///< the running administrator scan, a child
     SpaceWatch* watch_ = nullptr;              ///< a child
     ScanComparison* comparison_ = nullptr;     ///< a child
+    SearchResults* search_ = nullptr;          ///< a child
 };
 
 } // namespace ambrel

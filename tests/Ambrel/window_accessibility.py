@@ -107,7 +107,14 @@ def chord(*keycodes):
     time.sleep(0.25)
 
 
-CONTROL, FOUR, COMMA = 37, 13, 59
+CONTROL, FOUR, COMMA, F = 37, 13, 59, 41
+
+
+def type_text(text):
+    # Lower-case letters and digits only: their keysyms are their codes.
+    for ch in text:
+        pyatspi.Registry.generateKeyboardEvent(ord(ch), None, pyatspi.KEY_SYM)
+    time.sleep(0.25)
 
 
 def screenshot(name):
@@ -297,6 +304,59 @@ def explore(home):
         act(big, "Press")
         check(wait_for(lambda: find(app, "blob", pyatspi.ROLE_LIST_ITEM), 5) is not None,
               "pressing the slice \"big\" opens the folder")
+
+
+def search(home):
+    target = os.path.join(home, "target")
+    make_tree(target)
+    os.makedirs(os.path.join(target, "docs"))
+    with open(os.path.join(target, "docs", "Quarterly Report.pdf"), "wb") as f:
+        f.write(os.urandom(200_000))
+    with running(home, target) as app:
+        if app is None:
+            return
+        items = wait_for(lambda: find(app, "Items", pyatspi.ROLE_LIST))
+        wait_for(lambda: items and find(items, "docs", pyatspi.ROLE_LIST_ITEM))
+        chord(CONTROL, F)
+        field = wait_for(lambda: find(app, "Search by name", pyatspi.ROLE_TEXT), 5)
+        check(field is not None and wait_for(lambda: focused(field), 3),
+              "Ctrl+F opens the search with the keyboard in its field")
+        # Backspace edits the field; it does not take the ring up a level.
+        type_text("reportx")
+        key("BackSpace")
+        results = find(app, "Search results", pyatspi.ROLE_LIST)
+        row = wait_for(lambda: results and find(results, "Quarterly Report.pdf",
+                                                pyatspi.ROLE_LIST_ITEM), 5)
+        check(row is not None, "typing a name lists the matching item by its name")
+        check(find(app, "1 item") is not None, "the search says how many items match")
+        screenshot("window-search.png")
+        # Tab walks from the field through both filters to the results.
+        for name in ("Larger than Any size", "Not modified for Any time"):
+            key("Tab")
+            box = find(app, name, pyatspi.ROLE_COMBO_BOX)
+            check(box is not None and focused(box), f"Tab reaches the filter {name!r}")
+        key("Tab")
+        key("Down")
+        check(focused(results) or any(focused(r) for r in results),
+              "Tab then an arrow reach the results")
+        if row is None:
+            return
+        act(row, "ShowMenu")
+        choose(app, "Add to the Cleanup List")
+        check(wait_for(lambda: "In the Cleanup List" in description(row), 5),
+              "the result's menu adds it to the Cleanup List")
+        key("Down")
+        key("Return")
+        check(wait_for(lambda: not showing(field), 5), "Enter on a result closes the search")
+        check(wait_for(lambda: find(items, "Quarterly Report.pdf", pyatspi.ROLE_LIST_ITEM), 5)
+              is not None, "and shows the result's folder")
+        button = find(app, "Search", pyatspi.ROLE_PUSH_BUTTON)
+        check(button is not None, "the toolbar offers push button \"Search\"")
+        if button is not None:
+            act(button, "Press")
+        check(wait_for(lambda: showing(field), 5), "the toolbar's \"Search\" opens it again")
+        key("Escape")
+        check(wait_for(lambda: not showing(field), 5), "Escape closes it")
 
 
 def stop(home):
@@ -593,6 +653,8 @@ with tempfile.TemporaryDirectory() as home:
     history(home)
 with tempfile.TemporaryDirectory() as home:
     explore(home)
+with tempfile.TemporaryDirectory() as home:
+    search(home)
 with tempfile.TemporaryDirectory() as home:
     cleanup(home)
 with tempfile.TemporaryDirectory() as home:

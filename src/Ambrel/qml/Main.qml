@@ -35,8 +35,9 @@ ApplicationWindow {
     }
     Shortcut {
         sequence: "Escape"
-        enabled: window.appModel.phase === AppModel.Phase.Scanning
-            || window.appModel.phase === AppModel.Phase.Updating
+        // The search closes on its own Escape.
+        enabled: (window.appModel.phase === AppModel.Phase.Scanning
+            || window.appModel.phase === AppModel.Phase.Updating) && !searchView.visible
         onActivated: window.appModel.stopScan()
     }
 
@@ -55,6 +56,21 @@ ApplicationWindow {
         sequence: "Delete"
         enabled: window.appModel.lowTide.length > 0 && !reviewSheet.visible
         onActivated: reviewSheet.review(false)
+    }
+
+    Shortcut {
+        sequence: "Ctrl+F"
+        onActivated: searchView.show()
+    }
+    SearchView {
+        id: searchView
+        appModel: window.appModel
+        onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
+        onReveal: (folder, node) => {
+            window.appModel.section = AppModel.Section.Explorer
+            window.appModel.focusOn(folder)
+            ringView.ring.showNode(node)
+        }
     }
 
     ItemMenu {
@@ -90,6 +106,7 @@ ApplicationWindow {
                 }) as FolderChooser
             window.folderDialog.open()
         }
+        onSearch: searchView.show()
         onOpenScan: {
             if (!window.scanFileDialog)
                 window.scanFileDialog = scanFileChooser.createObject(window, {

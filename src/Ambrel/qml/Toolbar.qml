@@ -11,6 +11,7 @@ ToolBar {
 
     signal chooseFolder()
     signal openScan()
+    signal search()
 
     objectName: "toolbar"
 
@@ -71,6 +72,15 @@ ToolBar {
         }
         Item {
             Layout.fillWidth: true
+        }
+        ToolButton {
+            objectName: "search"
+            text: "Search"
+            Accessible.name: text
+            onClicked: toolbar.search()
+            Accessible.onPressAction: toolbar.search()
+            ToolTip.visible: hovered
+            ToolTip.text: "Find items by name, size or age (Ctrl+F)"
         }
         ToolButton {
             objectName: "stop"
