@@ -368,7 +368,10 @@ void AppModel::relayout() {
     requireMainThread();
     const bool wholeDisk = phase_ == Phase::Ready && target_.kind == ScanTarget::Kind::StartupDisk;
     view_.relayout(wholeDisk ? volume_ : std::nullopt);
+    classifyKinds();
+    if (const auto* kinds = treeKinds(); kinds && colourByKind_) view_.colourByKind(*kinds);
     emit layoutIDChanged();
+    emit kindsChanged();
     emit fullnessChanged();
 }
 

@@ -12,6 +12,7 @@
 #include "BrantleCore/FileTree.hpp"
 #include "BrantleServices/FullDiskAccess.hpp"
 #include "BrantleServices/TideSummary.hpp"
+#include "BrantleServices/TreeKinds.hpp"
 #include "BrantleServices/VolumeInfo.hpp"
 #include "RingKit/RingSegment.hpp"
 #include "Shoreline/ShorelineCategory.hpp"
@@ -72,6 +73,8 @@ class AppModel : public QObject {
     Q_PROPERTY(int checkedCount READ checkedCount NOTIFY shorelineCheckedChanged)
     Q_PROPERTY(double checkedBytes READ checkedBytesValue NOTIFY shorelineCheckedChanged)
     Q_PROPERTY(int historyDays READ historyDays NOTIFY historyChanged)
+    Q_PROPERTY(QVariantList kinds READ kindRows NOTIFY kindsChanged)
+    Q_PROPERTY(bool colourByKind READ colourByKind WRITE setColourByKind NOTIFY colourByKindChanged)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -229,6 +232,15 @@ public:
     /// Counts `bytes` as being erased until the eraser is idle, then refreshes the volumes.
     void finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed);
 
+    /// The focus's space by file kind, largest first, kinds it lacks left out: kind, name,
+    /// bytes, size and share of the files' bytes. Empty until the tree's kinds are known.
+    QVariantList kindRows() const;
+    /// The kinds of the tree shown, once worked out in the background; else none.
+    const brantle::TreeKinds* treeKinds() const;
+    /// The ring's slices take their file kind's colour instead of their branch's.
+    bool colourByKind() const { return colourByKind_; }
+    void setColourByKind(bool on);
+
     std::vector<brantle::NodeId> breadcrumbs() const { return view_.breadcrumbs(); }
     std::vector<brantle::NodeId> listItems() const { return view_.listItems(); }
     std::uint64_t size(const Kind& kind) const { return view_.size(kind); }
@@ -301,6 +313,8 @@ signals:
     void erasingBytesChanged();
     void trashBytesChanged();
     void trashLedgerChanged();
+    void kindsChanged();
+    void colourByKindChanged();
 
 private:
     friend class SpaceWatch; // keeps the startup volume and the history fresh
@@ -338,6 +352,9 @@ private:
     void noteUnreadableFolders();
     /// Runs what the pane shown needs of a new tree.
     void serveSection();
+    /// Works out the kinds of the tree shown in the background, unless they are known or
+    /// under way; `kindsChanged` follows.
+    void classifyKinds();
 
     Section section_ = Section::Explorer;
     Phase phase_ = Phase::Idle;
@@ -358,6 +375,11 @@ private:
     /// The trees the suggestions and the history last ran on.
     std::weak_ptr<const brantle::FileTree> analyzedTree_;
     std::weak_ptr<const brantle::FileTree> recordedTree_;
+    /// The file kinds of `kindsTree_`, and the tree they are last asked for.
+    std::shared_ptr<const brantle::TreeKinds> kinds_;
+    std::weak_ptr<const brantle::FileTree> kindsTree_;
+    std::weak_ptr<const brantle::FileTree> kindsAsked_;
+    bool colourByKind_ = false;
 
     ViewState view_;
     CleanupList lowTide_{

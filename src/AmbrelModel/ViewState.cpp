@@ -45,6 +45,12 @@ void ViewState::relayout(const std::optional<brantle::VolumeInfo>& wholeDisk) {
     ++layoutID_;
 }
 
+void ViewState::colourByKind(const brantle::TreeKinds& kinds) {
+    for (auto& segment : segments_)
+        if (segment.kind.isNode())
+            segment.kindHue = static_cast<int>(kinds.kindOf(segment.kind.id));
+}
+
 std::vector<brantle::NodeId> ViewState::breadcrumbs() const {
     std::vector<brantle::NodeId> out;
     if (!tree_) return out;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BrantleCore/FileTree.hpp"
+#include "BrantleServices/TreeKinds.hpp"
 #include "BrantleServices/VolumeInfo.hpp"
 #include "RingKit/RingSegment.hpp"
 
@@ -38,6 +39,9 @@ public:
     /// Lays the ring out afresh. `wholeDisk` is the volume a startup-disk tree stands for:
     /// at the root its hidden and purgeable space show beside the tree's own slices.
     void relayout(const std::optional<brantle::VolumeInfo>& wholeDisk);
+    /// Gives each node's slice its kind's colour (a folder's: its largest kind) in place of
+    /// its branch's, until the next layout. `kinds` must be those of the tree shown.
+    void colourByKind(const brantle::TreeKinds& kinds);
 
     /// Node ids from the root to the focus, root first.
     std::vector<brantle::NodeId> breadcrumbs() const;

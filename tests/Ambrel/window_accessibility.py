@@ -212,6 +212,21 @@ def explore(home):
                   f"a small slice reports its own box inside the ring's ({part} in {whole})")
         screenshot("window-explorer.png")
 
+        # The focus's space by kind beside the ring, and the switch that colours it by kind.
+        kinds = find(app, "File Kinds", pyatspi.ROLE_LIST)
+        other = wait_for(lambda: kinds and find(kinds, "Other", pyatspi.ROLE_LIST_ITEM), 5)
+        check(other is not None and description(other).endswith(" %") and
+              find(kinds, "Documents", pyatspi.ROLE_LIST_ITEM) is not None,
+              "the legend lists \"Other\" (with size and share) and \"Documents\"")
+        toggle = find(app, "Colour by Kind", pyatspi.ROLE_CHECK_BOX)
+        check(toggle is not None, "check box \"Colour by Kind\"")
+        if toggle is not None:
+            act(toggle, "Toggle")
+            check(wait_for(lambda: toggle.getState().contains(pyatspi.STATE_CHECKED), 3),
+                  "\"Colour by Kind\" turns on")
+            time.sleep(1)  # the ring's colours ease over
+            screenshot("window-kinds.png")
+
         # The keyboard walks to the ring, through its slices, and on to the list's rows.
         # Without a window manager the keys go to the window under the pointer.
         x, y = ring.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
