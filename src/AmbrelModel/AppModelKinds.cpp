@@ -6,9 +6,23 @@
 #include <QMetaObject>
 
 #include <algorithm>
+#include <mutex>
 #include <numeric>
 
 namespace ambrel {
+
+namespace {
+
+/// One classifier for every tree, so that a caught-up tree finds its answers cached; one
+/// tree at a time.
+brantle::TreeKinds kindsOf(const brantle::FileTree& tree) {
+    static std::mutex mutex;
+    static brantle::KindClassifier classifier;
+    const std::lock_guard lock(mutex);
+    return brantle::TreeKinds::of(tree, classifier);
+}
+
+} // namespace
 
 const brantle::TreeKinds* AppModel::treeKinds() const {
     const auto& tree = view_.tree();
@@ -20,9 +34,7 @@ void AppModel::classifyKinds() {
     if (!tree || kindsAsked_.lock() == tree) return;
     kindsAsked_ = tree;
     session_.runInBackground([this, tree] {
-        brantle::KindClassifier classifier;
-        auto kinds =
-            std::make_shared<const brantle::TreeKinds>(brantle::TreeKinds::of(*tree, classifier));
+        auto kinds = std::make_shared<const brantle::TreeKinds>(kindsOf(*tree));
         QMetaObject::invokeMethod(
             this,
             [this, tree, kinds = std::move(kinds)]() mutable {

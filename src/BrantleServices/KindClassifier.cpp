@@ -133,18 +133,28 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+/// What an extension is made of ("c++" included); "~1", "copy-2" or "a b" are none.
+bool isExtensionCharacter(char c) {
+    return isLetter(c) || isDigit(c) || c == '+';
+}
+
 char lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 /// The last extension of `name` that holds more than digits ("so" of "libz.so.1.2"), or
-/// none: no dot but a leading one, an empty or overlong extension.
+/// none: no dot but a leading one, an empty, overlong or oddly made extension.
 std::optional<std::string_view> extensionOf(std::string_view name) {
     for (;;) {
         const auto dot = name.rfind('.');
         if (dot == std::string_view::npos || dot == 0) return std::nullopt;
         const auto extension = name.substr(dot + 1);
-        if (extension.empty() || extension.size() > KindClassifier::maxExtension)
+        if (extension.empty() || extension.size() > KindClassifier::maxExtension ||
+            !std::ranges::all_of(extension, isExtensionCharacter))
             return std::nullopt;
         if (!std::ranges::all_of(extension, isDigit)) return extension;
         name = name.substr(0, dot);
@@ -171,7 +181,7 @@ FileKind KindClassifier::kindOf(std::string_view name) {
         std::ranges::transform(*extension, buffer.begin(), lower);
         return byExtension({buffer.data(), extension->size()});
     }
-    if (name.empty() || name.size() > maxBareName || std::ranges::any_of(name, isDigit))
+    if (name.empty() || name.size() > maxBareName || !std::ranges::all_of(name, isLetter))
         return FileKind::other;
     return byBareName(name);
 }

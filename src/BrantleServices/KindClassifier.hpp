@@ -14,15 +14,16 @@ class QMimeType;
 namespace brantle {
 
 /// Decides a file's kind from its name with the MIME database's name rules, never reading
-/// the file. Answers are kept per extension (and per bare name), so a tree of a million
-/// names asks the database only a few hundred times. Not shared between threads: each
-/// thread makes its own.
+/// the file. Answers are kept per extension and per bare name, so a tree of a million names
+/// asks the database a few thousand times at most; each question costs tens of
+/// microseconds. Not shared between threads: each thread makes its own.
 class KindClassifier {
 public:
     /// The kind of a file named `name` (its bytes as stored, not a path). The last extension
-    /// that holds a letter decides, case aside ("libz.so.1" is a library, "a.tar.gz" an
-    /// archive); a name without one is matched whole ("Makefile"), unless it holds a digit,
-    /// as hashed names do, which makes it `other` at once.
+    /// that is more than a number decides, case aside ("libz.so.1" is a library, "a.tar.gz"
+    /// an archive). A name without one is matched whole when it is a word of ASCII letters,
+    /// the only names the database knows whole ("Makefile", "README"); any other, such as a
+    /// hashed name, is `other` at once.
     FileKind kindOf(std::string_view name);
     /// The kind a MIME type stands for, by its own name or else its nearest ancestor's.
     static FileKind kindOfType(const QMimeType& type);

@@ -313,6 +313,18 @@ def explore(home):
         check(wait_for(lambda: find(app, "blob", pyatspi.ROLE_LIST_ITEM), 5) is not None,
               "pressing the slice \"big\" opens the folder")
 
+        # The legend follows the focus, and the keyboard reaches its rows too.
+        kinds = find(app, "File Kinds", pyatspi.ROLE_LIST)
+        check(wait_for(lambda: kinds and [r.name for r in kinds] == ["Other"], 5),
+              "inside \"big\" the legend lists only \"Other\"")
+        for _ in range(12):
+            if focused(kinds):
+                break
+            key("Tab")
+        key("Down")
+        check(kinds is not None and any(focused(r) for r in kinds),
+              "Tab then an arrow put the keyboard on a row of the legend")
+
 
 def stop(home):
     # A whole-disk scan from an empty cache runs long enough to be stopped.

@@ -39,6 +39,9 @@ TEST(KindClassifier, DecidesFromTheNameAlone) {
         {"libssl.so.3", FileKind::applications},
         {"libz.so.1.2.13", FileKind::applications},
         {"thesis.final.v2.pdf", FileKind::documents},
+        {"prog.c++", FileKind::code},
+        {"report.copy-2", FileKind::other},
+        {"notes.txt~1", FileKind::other},
         // No extension: the whole name, when the database knows it.
         {"Makefile", FileKind::code},
         {"README", FileKind::documents},
