@@ -369,7 +369,11 @@ void AppModel::relayout() {
     const bool wholeDisk = phase_ == Phase::Ready && target_.kind == ScanTarget::Kind::StartupDisk;
     view_.relayout(wholeDisk ? volume_ : std::nullopt);
     classifyKinds();
-    if (const auto* kinds = treeKinds(); kinds && colourByKind_) view_.colourByKind(*kinds);
+    if (colourByKind_ && kinds_)
+        view_.colourByKind([this](brantle::NodeId node) {
+            const auto found = kindsNode(node);
+            return found ? kinds_->kindOf(*found) : brantle::FileKind::other;
+        });
     emit layoutIDChanged();
     emit kindsChanged();
     emit fullnessChanged();

@@ -233,7 +233,8 @@ public:
     void finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed);
 
     /// The focus's space by file kind, largest first, kinds it lacks left out: kind, name,
-    /// bytes, size and share of the files' bytes. Empty until the tree's kinds are known.
+    /// bytes, size and share of the files' bytes. While a new tree's kinds are worked out,
+    /// the previous tree's figures for the same path; empty when there are none.
     QVariantList kindRows() const;
     /// The kinds of the tree shown, once worked out in the background; else none.
     const brantle::TreeKinds* treeKinds() const;
@@ -355,6 +356,9 @@ private:
     /// Works out the kinds of the tree shown in the background, unless they are known or
     /// under way; `kindsChanged` follows.
     void classifyKinds();
+    /// The node of the tree the kinds were worked out for that stands for `shown`: itself
+    /// when they are the shown tree's, else the node at its path in the earlier tree.
+    std::optional<brantle::NodeId> kindsNode(brantle::NodeId shown) const;
 
     Section section_ = Section::Explorer;
     Phase phase_ = Phase::Idle;
@@ -375,9 +379,10 @@ private:
     /// The trees the suggestions and the history last ran on.
     std::weak_ptr<const brantle::FileTree> analyzedTree_;
     std::weak_ptr<const brantle::FileTree> recordedTree_;
-    /// The file kinds of `kindsTree_`, and the tree they are last asked for.
+    /// The file kinds of `kindsTree_` (kept until the next tree's kinds replace them), and
+    /// the tree they are last asked for.
     std::shared_ptr<const brantle::TreeKinds> kinds_;
-    std::weak_ptr<const brantle::FileTree> kindsTree_;
+    std::shared_ptr<const brantle::FileTree> kindsTree_;
     std::weak_ptr<const brantle::FileTree> kindsAsked_;
     bool colourByKind_ = false;
 

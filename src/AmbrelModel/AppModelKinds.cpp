@@ -26,7 +26,15 @@ brantle::TreeKinds kindsOf(const brantle::FileTree& tree) {
 
 const brantle::TreeKinds* AppModel::treeKinds() const {
     const auto& tree = view_.tree();
-    return tree && kinds_ && kindsTree_.lock() == tree ? kinds_.get() : nullptr;
+    return tree && kinds_ && kindsTree_ == tree ? kinds_.get() : nullptr;
+}
+
+std::optional<brantle::NodeId> AppModel::kindsNode(brantle::NodeId shown) const {
+    const auto& tree = view_.tree();
+    if (!tree || !kinds_) return std::nullopt;
+    if (kindsTree_ == tree) return shown;
+    // Only the slices and the focus are looked up, each by its path.
+    return kindsTree_->node(tree->rawPath(shown));
 }
 
 void AppModel::classifyKinds() {
@@ -60,9 +68,9 @@ void AppModel::setColourByKind(bool on) {
 }
 
 QVariantList AppModel::kindRows() const {
-    const auto* kinds = treeKinds();
-    if (!kinds) return {};
-    const auto sizes = kinds->sizes(view_.focus());
+    const auto node = kindsNode(view_.focus());
+    if (!node) return {};
+    const auto sizes = kinds_->sizes(*node);
     const double total = std::accumulate(sizes.begin(), sizes.end(), 0.0);
     std::vector<std::size_t> order(sizes.size());
     std::iota(order.begin(), order.end(), 0);

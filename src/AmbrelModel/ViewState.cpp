@@ -45,10 +45,9 @@ void ViewState::relayout(const std::optional<brantle::VolumeInfo>& wholeDisk) {
     ++layoutID_;
 }
 
-void ViewState::colourByKind(const brantle::TreeKinds& kinds) {
+void ViewState::colourByKind(const std::function<brantle::FileKind(brantle::NodeId)>& kindOf) {
     for (auto& segment : segments_)
-        if (segment.kind.isNode())
-            segment.kindHue = static_cast<int>(kinds.kindOf(segment.kind.id));
+        if (segment.kind.isNode()) segment.kindHue = static_cast<int>(kindOf(segment.kind.id));
 }
 
 std::vector<brantle::NodeId> ViewState::breadcrumbs() const {

@@ -74,13 +74,22 @@ TEST(FileKinds, TheLegendFollowsTheFocusAndTheRingTakesTheKindsColours) {
     EXPECT_EQ(hueOf(model, root / "photos/b.PNG"), int(FileKind::pictures));
     EXPECT_EQ(hueOf(model, root / "song.mp3"), int(FileKind::music));
 
+    // A new tree (numbered afresh) shows the previous one's kinds by path until its own are
+    // worked out, so neither the legend nor the ring flickers.
+    model.finish(std::make_shared<const brantle::FileTree>(model.tree()->compacted()),
+                 ScanTarget::folder(root.path()));
+    EXPECT_EQ(model.treeKinds(), nullptr);
+    EXPECT_EQ(legend(model), whole);
+    EXPECT_EQ(hueOf(model, root / "photos/b.PNG"), int(FileKind::pictures));
+    ASSERT_TRUE(settle(model, [&] { return model.treeKinds(); }));
+
     // A scan opened from a file shows its kinds the same way.
     TempFolder files;
     const auto& tree = *model.tree();
     const auto encoded = brantle::Snapshot::encode(tree, {tree.rootPath(), 1.7e9, 0});
     writeFile(files / "scan.brs", std::string(encoded.begin(), encoded.end()));
     model.openScan(QString::fromStdString(files / "scan.brs"));
-    ASSERT_TRUE(settle(model, [&] { return model.readOnly() && hasKinds(model); }));
+    ASSERT_TRUE(settle(model, [&] { return model.readOnly() && model.treeKinds(); }));
     EXPECT_EQ(legend(model), whole);
     EXPECT_EQ(hueOf(model, root / "song.mp3"), int(FileKind::music));
     model.setColourByKind(false);
