@@ -6,6 +6,7 @@
 #include "AmbrelModel/RemovalRun.hpp"
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
+#include "AmbrelModel/Settings.hpp"
 #include "AmbrelModel/SpaceWatch.hpp"
 #include "AmbrelModel/ViewState.hpp"
 #include "BrantleCore/DiskScanner.hpp"
@@ -384,7 +385,7 @@ private:
     std::shared_ptr<const brantle::TreeKinds> kinds_;
     std::shared_ptr<const brantle::FileTree> kindsTree_;
     std::weak_ptr<const brantle::FileTree> kindsAsked_;
-    bool colourByKind_ = false;
+    bool colourByKind_ = Settings::colourByKind();
 
     ViewState view_;
     CleanupList lowTide_{

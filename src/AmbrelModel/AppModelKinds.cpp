@@ -1,5 +1,6 @@
 // The focused folder's space by file kind, worked out once per tree in the background.
 #include "AmbrelModel/AppModel.hpp"
+#include "AmbrelModel/Settings.hpp"
 
 #include "BrantleCore/ByteFormat.hpp"
 
@@ -63,6 +64,7 @@ void AppModel::setColourByKind(bool on) {
     requireMainThread();
     if (on == colourByKind_) return;
     colourByKind_ = on;
+    Settings::setColourByKind(on);
     emit colourByKindChanged();
     relayout();
 }

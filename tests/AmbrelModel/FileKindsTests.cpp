@@ -92,6 +92,8 @@ TEST(FileKinds, TheLegendFollowsTheFocusAndTheRingTakesTheKindsColours) {
     ASSERT_TRUE(settle(model, [&] { return model.readOnly() && model.treeKinds(); }));
     EXPECT_EQ(legend(model), whole);
     EXPECT_EQ(hueOf(model, root / "song.mp3"), int(FileKind::music));
+    EXPECT_TRUE(AppModel().colourByKind()); // the choice outlasts the window
     model.setColourByKind(false);
     EXPECT_EQ(hueOf(model, root / "song.mp3"), -1);
+    EXPECT_FALSE(AppModel().colourByKind());
 }
