@@ -38,7 +38,9 @@ ColumnLayout {
 
         objectName: "kindLegend"
         Layout.fillWidth: true
-        Layout.preferredHeight: contentHeight
+        // Room for every kind from the start: the list above keeps its height whatever the
+        // focus holds, and while the kinds are worked out.
+        Layout.preferredHeight: 8 * 24
         interactive: false
         activeFocusOnTab: true
         keyNavigationEnabled: true
