@@ -15,4 +15,10 @@ QColor ThemePalette::color(const ringkit::Rgba& rgba) {
     return QColor::fromRgbF(rgba.r, rgba.g, rgba.b, rgba.a);
 }
 
+QColor ThemePalette::kindColor(int kind) const {
+    ringkit::RingSegment slice;
+    slice.kindHue = kind;
+    return color(ringkit::Theme::color(slice, dark_));
+}
+
 } // namespace ambrel

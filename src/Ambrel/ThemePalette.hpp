@@ -40,6 +40,8 @@ public:
     QColor warning() const { return color(palette().warning); }
     QColor hiddenSpace() const { return color(palette().hiddenSpace); }
     QColor purgeableSpace() const { return color(palette().purgeableSpace); }
+    /// The colour of file kind `kind` (its value) as the ring's first ring shows it.
+    Q_INVOKABLE QColor kindColor(int kind) const;
 
 private:
     const ringkit::Theme::Palette& palette() const { return ringkit::Theme::palette(dark_); }

@@ -377,7 +377,14 @@ void AppModel::relayout() {
     // Every new tree is laid out; one opened from a file has no previous snapshot here, and a
     // scan's preview would only seem to have shrunk.
     comparison_->show(readOnly() || phase_ == Phase::Scanning ? nullptr : view_.tree());
+    classifyKinds();
+    if (colourByKind_ && kinds_)
+        view_.colourByKind([this](brantle::NodeId node) {
+            const auto found = kindsNode(node);
+            return found ? kinds_->kindOf(*found) : brantle::FileKind::other;
+        });
     emit layoutIDChanged();
+    emit kindsChanged();
     emit fullnessChanged();
 }
 

@@ -8,12 +8,14 @@
 #include "AmbrelModel/ScanSession.hpp"
 #include "AmbrelModel/ScanTarget.hpp"
 #include "AmbrelModel/SearchResults.hpp"
+#include "AmbrelModel/Settings.hpp"
 #include "AmbrelModel/SpaceWatch.hpp"
 #include "AmbrelModel/ViewState.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FileTree.hpp"
 #include "BrantleServices/FullDiskAccess.hpp"
 #include "BrantleServices/TideSummary.hpp"
+#include "BrantleServices/TreeKinds.hpp"
 #include "BrantleServices/VolumeInfo.hpp"
 #include "RingKit/RingSegment.hpp"
 #include "Shoreline/ShorelineCategory.hpp"
@@ -76,6 +78,8 @@ class AppModel : public QObject {
     Q_PROPERTY(int historyDays READ historyDays NOTIFY historyChanged)
     Q_PROPERTY(ambrel::ScanComparison* comparison READ comparison CONSTANT)
     Q_PROPERTY(ambrel::SearchResults* search READ search CONSTANT)
+    Q_PROPERTY(QVariantList kinds READ kindRows NOTIFY kindsChanged)
+    Q_PROPERTY(bool colourByKind READ colourByKind WRITE setColourByKind NOTIFY colourByKindChanged)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -237,6 +241,16 @@ public:
     /// Counts `bytes` as being erased until the eraser is idle, then refreshes the volumes.
     void finishErasing(std::uint64_t bytes, const std::set<std::string>& settlingTrashed);
 
+    /// The focus's space by file kind, largest first, kinds it lacks left out: kind, name,
+    /// bytes, size and share of the files' bytes. While a new tree's kinds are worked out,
+    /// the previous tree's figures for the same path; empty when there are none.
+    QVariantList kindRows() const;
+    /// The kinds of the tree shown, once worked out in the background; else none.
+    const brantle::TreeKinds* treeKinds() const;
+    /// The ring's slices take their file kind's colour instead of their branch's.
+    bool colourByKind() const { return colourByKind_; }
+    void setColourByKind(bool on);
+
     std::vector<brantle::NodeId> breadcrumbs() const { return view_.breadcrumbs(); }
     std::vector<brantle::NodeId> listItems() const { return view_.listItems(); }
     std::uint64_t size(const Kind& kind) const { return view_.size(kind); }
@@ -309,6 +323,8 @@ signals:
     void erasingBytesChanged();
     void trashBytesChanged();
     void trashLedgerChanged();
+    void kindsChanged();
+    void colourByKindChanged();
 
 private:
     friend class SpaceWatch; // keeps the startup volume and the history fresh
@@ -346,6 +362,12 @@ private:
     void noteUnreadableFolders();
     /// Runs what the pane shown needs of a new tree.
     void serveSection();
+    /// Works out the kinds of the tree shown in the background, unless they are known or
+    /// under way; `kindsChanged` follows.
+    void classifyKinds();
+    /// The node of the tree the kinds were worked out for that stands for `shown`: itself
+    /// when they are the shown tree's, else the node at its path in the earlier tree.
+    std::optional<brantle::NodeId> kindsNode(brantle::NodeId shown) const;
 
     Section section_ = Section::Explorer;
     Phase phase_ = Phase::Idle;
@@ -366,6 +388,12 @@ private:
     /// The trees the suggestions and the history last ran on.
     std::weak_ptr<const brantle::FileTree> analyzedTree_;
     std::weak_ptr<const brantle::FileTree> recordedTree_;
+    /// The file kinds of `kindsTree_` (kept until the next tree's kinds replace them), and
+    /// the tree they are last asked for.
+    std::shared_ptr<const brantle::TreeKinds> kinds_;
+    std::shared_ptr<const brantle::FileTree> kindsTree_;
+    std::weak_ptr<const brantle::FileTree> kindsAsked_;
+    bool colourByKind_ = Settings::colourByKind();
 
     ViewState view_;
     CleanupList lowTide_{

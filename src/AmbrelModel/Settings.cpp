@@ -43,6 +43,14 @@ void setItemCount(const std::string& rootPath, std::int64_t count) {
     store().setValue(itemCountKey(rootPath), static_cast<qlonglong>(count));
 }
 
+bool colourByKind() {
+    return store().value(QStringLiteral("colourByKind"), false).toBool();
+}
+
+void setColourByKind(bool on) {
+    store().setValue(QStringLiteral("colourByKind"), on);
+}
+
 bool watchSwitch(const QString& key) {
     return store().value(key, true).toBool();
 }

@@ -31,6 +31,10 @@ void setItemCount(const std::string& rootPath, std::int64_t count);
 bool watchSwitch(const QString& key);
 void setWatchSwitch(const QString& key, bool on);
 
+/// Whether the ring is coloured by file kind; off until turned on.
+bool colourByKind();
+void setColourByKind(bool on);
+
 /// When the alert of `kind` was last posted ("lastAlert." + kind), if ever.
 std::optional<QDateTime> lastAlert(std::string_view kind);
 void setLastAlert(std::string_view kind, const QDateTime& when);

@@ -45,6 +45,11 @@ void ViewState::relayout(const std::optional<brantle::VolumeInfo>& wholeDisk) {
     ++layoutID_;
 }
 
+void ViewState::colourByKind(const std::function<brantle::FileKind(brantle::NodeId)>& kindOf) {
+    for (auto& segment : segments_)
+        if (segment.kind.isNode()) segment.kindHue = static_cast<int>(kindOf(segment.kind.id));
+}
+
 std::vector<brantle::NodeId> ViewState::breadcrumbs() const {
     std::vector<brantle::NodeId> out;
     if (!tree_) return out;

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "BrantleCore/FileTree.hpp"
+#include "BrantleServices/FileKind.hpp"
 #include "BrantleServices/VolumeInfo.hpp"
 #include "RingKit/RingSegment.hpp"
 
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,6 +40,9 @@ public:
     /// Lays the ring out afresh. `wholeDisk` is the volume a startup-disk tree stands for:
     /// at the root its hidden and purgeable space show beside the tree's own slices.
     void relayout(const std::optional<brantle::VolumeInfo>& wholeDisk);
+    /// Gives each node's slice the colour of `kindOf` its node (a folder's largest kind) in
+    /// place of its branch's, until the next layout.
+    void colourByKind(const std::function<brantle::FileKind(brantle::NodeId)>& kindOf);
 
     /// Node ids from the root to the focus, root first.
     std::vector<brantle::NodeId> breadcrumbs() const;

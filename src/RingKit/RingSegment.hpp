@@ -43,6 +43,8 @@ struct RingSegment {
     /// Index among the focus's children of the first-ring ancestor; −1 for merged and extra
     /// slices. Drives the colour.
     int branch = -1;
+    /// The file kind whose colour the slice takes instead of its branch's; −1 for none.
+    int kindHue = -1;
 
     double span() const { return end - start; }
     friend bool operator==(const RingSegment&, const RingSegment&) = default;

@@ -46,7 +46,10 @@ Rgba darkened(Rgba hue) {
 
 Rgba nodeColor(const RingSegment& segment, bool dark) {
     const int branch = segment.branch < 0 ? 0 : segment.branch;
-    const Rgba hue = Theme::branchHues[static_cast<std::size_t>(branch) % Theme::branchHues.size()];
+    const Rgba hue =
+        segment.kindHue >= 0
+            ? Theme::kindHues[static_cast<std::size_t>(segment.kindHue) % Theme::kindHues.size()]
+            : Theme::branchHues[static_cast<std::size_t>(branch) % Theme::branchHues.size()];
     const Rgba background = Theme::palette(dark).window;
     // Outer rings recede toward the background; not clamped, the rings stop before it matters.
     const double t = (dark ? 0.13 : 0.15) * (segment.depth - 1);

@@ -52,8 +52,15 @@ inline constexpr std::array<Rgba, 8> branchHues{
     Rgba::bytes(212, 107, 166), Rgba::bytes(142, 107, 216), Rgba::bytes(79, 167, 122),
     Rgba::bytes(224, 122, 95),  Rgba::bytes(107, 122, 144)};
 
-/// The colour a slice is drawn in (alpha 1): its branch hue faded toward the background with
-/// depth for a node, a fixed grey for merged, hidden and purgeable slices.
+/// One hue per file kind, in the order of the kinds: pictures, video, music, documents,
+/// archives, code, applications, other.
+inline constexpr std::array<Rgba, 8> kindHues{
+    Rgba::bytes(212, 107, 166), Rgba::bytes(142, 107, 216), Rgba::bytes(224, 168, 79),
+    Rgba::bytes(76, 139, 245),  Rgba::bytes(176, 128, 88),  Rgba::bytes(79, 167, 122),
+    Rgba::bytes(59, 168, 160),  Rgba::bytes(150, 150, 162)};
+
+/// The colour a slice is drawn in (alpha 1): its kind's or else its branch's hue faded toward the
+/// background with depth for a node, a fixed grey for merged, hidden and purgeable slices.
 Rgba color(const RingSegment& segment, bool dark);
 
 } // namespace Theme

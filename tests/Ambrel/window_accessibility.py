@@ -219,6 +219,21 @@ def explore(home):
                   f"a small slice reports its own box inside the ring's ({part} in {whole})")
         screenshot("window-explorer.png")
 
+        # The focus's space by kind beside the ring, and the switch that colours it by kind.
+        kinds = find(app, "File Kinds", pyatspi.ROLE_LIST)
+        other = wait_for(lambda: kinds and find(kinds, "Other", pyatspi.ROLE_LIST_ITEM), 5)
+        check(other is not None and description(other).endswith(" %") and
+              find(kinds, "Documents", pyatspi.ROLE_LIST_ITEM) is not None,
+              "the legend lists \"Other\" (with size and share) and \"Documents\"")
+        toggle = find(app, "Colour by Kind", pyatspi.ROLE_CHECK_BOX)
+        check(toggle is not None, "check box \"Colour by Kind\"")
+        if toggle is not None:
+            act(toggle, "Toggle")
+            check(wait_for(lambda: toggle.getState().contains(pyatspi.STATE_CHECKED), 3),
+                  "\"Colour by Kind\" turns on")
+            time.sleep(1)  # the ring's colours ease over
+            screenshot("window-kinds.png")
+
         # The keyboard walks to the ring, through its slices, and on to the list's rows.
         # Without a window manager the keys go to the window under the pointer.
         x, y = ring.queryComponent().getPosition(pyatspi.DESKTOP_COORDS)
@@ -304,6 +319,18 @@ def explore(home):
         act(big, "Press")
         check(wait_for(lambda: find(app, "blob", pyatspi.ROLE_LIST_ITEM), 5) is not None,
               "pressing the slice \"big\" opens the folder")
+
+        # The legend follows the focus, and the keyboard reaches its rows too.
+        kinds = find(app, "File Kinds", pyatspi.ROLE_LIST)
+        check(wait_for(lambda: kinds and [r.name for r in kinds] == ["Other"], 5),
+              "inside \"big\" the legend lists only \"Other\"")
+        for _ in range(12):
+            if focused(kinds):
+                break
+            key("Tab")
+        key("Down")
+        check(kinds is not None and any(focused(r) for r in kinds),
+              "Tab then an arrow put the keyboard on a row of the legend")
 
 
 def search(home):

@@ -180,15 +180,26 @@ ApplicationWindow {
                     Layout.preferredWidth: 3
                 }
 
-                ItemList {
-                    id: itemList
-                    appModel: window.appModel
-                    onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
-                    onHoveredNodeChanged: ringView.ring.showNode(itemList.hoveredNode)
+                ColumnLayout {
                     visible: !whatChanged.visible
                     Layout.fillWidth: true
                     Layout.fillHeight: true
                     Layout.preferredWidth: 2
+                    spacing: 8
+
+                    ItemList {
+                        id: itemList
+                        appModel: window.appModel
+                        onMenuRequested: (node, path, folder, anchor, x, y) => itemMenu.openFor(node, path, folder, anchor, x, y)
+                        onHoveredNodeChanged: ringView.ring.showNode(itemList.hoveredNode)
+                        Layout.fillWidth: true
+                        Layout.fillHeight: true
+                    }
+
+                    KindLegend {
+                        appModel: window.appModel
+                        Layout.fillWidth: true
+                    }
                 }
 
                 WhatChanged {
