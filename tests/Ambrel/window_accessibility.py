@@ -203,7 +203,7 @@ def explore(home):
         items = wait_for(lambda: find(app, "Items", pyatspi.ROLE_LIST))
         row = wait_for(lambda: items and find(items, "small.txt", pyatspi.ROLE_LIST_ITEM))
         check(row is not None, "the list shows the row \"small.txt\" as a list item")
-        for name in ("Home", "Startup Disk", "Choose Folder…", "Explorer", "Name", "Size"):
+        for name in ("Home", "Startup Disk", "Choose Folder…", "Open Scan…", "Explorer", "Name", "Size"):
             check(find(app, name, pyatspi.ROLE_PUSH_BUTTON) is not None, f"push button {name!r}")
         check(find(app, "target", pyatspi.ROLE_PUSH_BUTTON) is not None, "breadcrumb \"target\"")
         ring = find(app, "Ring", pyatspi.ROLE_LIST)
