@@ -367,7 +367,7 @@ private:
     void followFocus();
     /// Reads the folders the watch named again, once no refresh runs.
     void refreshChangedFolders();
-    void installRefreshed(std::shared_ptr<const brantle::FileTree> from,
+    void installRefreshed(const std::shared_ptr<const brantle::FileTree>& from,
                           std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
 
     Section section_ = Section::Explorer;

@@ -58,7 +58,7 @@ void AppModel::catchUpLiveTree() {
     if (followsDisk()) session_.refresh(target_, view_.tree(), {});
 }
 
-void AppModel::installRefreshed(std::shared_ptr<const brantle::FileTree> from,
+void AppModel::installRefreshed(const std::shared_ptr<const brantle::FileTree>& from,
                                 std::shared_ptr<const brantle::FileTree> tree,
                                 const ScanTarget& target) {
     requireMainThread();

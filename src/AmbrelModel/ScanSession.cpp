@@ -174,7 +174,8 @@ void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount)
     });
 }
 
-bool ScanSession::refresh(const ScanTarget& target, std::shared_ptr<const brantle::FileTree> shown,
+bool ScanSession::refresh(const ScanTarget& target,
+                          const std::shared_ptr<const brantle::FileTree>& shown,
                           std::vector<std::string> folders) {
     const bool whole = folders.empty();
     if (refreshing_ || !shown || (whole && !shownSince_)) return false;

@@ -46,7 +46,7 @@ public:
     /// `refreshed` follows either way, with the tree or, when nothing changed or it could not
     /// be done, null; a whole catch-up that read anything is stored. False (and no signal)
     /// while a refresh runs, or for a whole catch-up of a tree this session did not produce.
-    bool refresh(const ScanTarget& target, std::shared_ptr<const brantle::FileTree> shown,
+    bool refresh(const ScanTarget& target, const std::shared_ptr<const brantle::FileTree>& shown,
                  std::vector<std::string> folders);
     bool refreshing() const { return refreshing_; }
     /// Stops the running scan; nothing of it arrives any more.

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <deque>
 #include <fstream>
+#include <ranges>
 #include <sys/inotify.h>
 #include <unistd.h>
 #include <utility>
@@ -92,8 +93,8 @@ bool TreeWatch::follow(const brantle::FileTree& tree, brantle::NodeId top) {
         unwatch(descriptor);
     }
     toAdd_.clear();
-    for (auto path = paths.rbegin(); path != paths.rend(); ++path)
-        if (!descriptors_.contains(*path)) toAdd_.push_back(std::move(*path));
+    for (std::string& path : std::ranges::reverse_view(paths))
+        if (!descriptors_.contains(path)) toAdd_.push_back(std::move(path));
     addChunk();
     return complete;
 }
