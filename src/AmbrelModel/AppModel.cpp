@@ -212,6 +212,12 @@ void AppModel::preview(std::shared_ptr<const brantle::FileTree> tree, const Scan
 }
 
 void AppModel::finish(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target) {
+    showFinished(std::move(tree), target);
+    serveSection();
+}
+
+void AppModel::showFinished(std::shared_ptr<const brantle::FileTree> tree,
+                            const ScanTarget& target) {
     requireMainThread();
     installTree(std::move(tree), target);
     setProgress(std::nullopt);
@@ -221,7 +227,6 @@ void AppModel::finish(std::shared_ptr<const brantle::FileTree> tree, const ScanT
     emit volumeChanged(); // the storage bar's split depends on the tree
     relayout();
     noteUnreadableFolders();
-    serveSection();
 }
 
 void AppModel::noteUnreadableFolders() {

@@ -360,6 +360,8 @@ private:
     void noteUnreadableFolders();
     /// Runs what the pane shown needs of a new tree.
     void serveSection();
+    /// `finish` without serving the pane.
+    void showFinished(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
     /// A tree that may follow the disk: one of this computer, shown and ready.
     bool followsDisk() const;
     void connectLiveTree();

@@ -63,8 +63,12 @@ void AppModel::installRefreshed(const std::shared_ptr<const brantle::FileTree>& 
                                 const ScanTarget& target) {
     requireMainThread();
     // A tree changed meanwhile (a removal, another scan) is newer than the refresh's base.
-    if (tree && followsDisk() && from == view_.tree() && target == target_)
-        finish(std::move(tree), target);
+    if (tree && followsDisk() && from == view_.tree() && target == target_) {
+        showFinished(std::move(tree), target);
+        // The suggestions shown stay as the user reads them (and duplicates are not hashed
+        // again at every change); opening their pane again makes them afresh.
+        if (watch_->started()) recordHistory();
+    }
     refreshChangedFolders();
 }
 
