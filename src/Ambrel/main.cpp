@@ -119,6 +119,13 @@ int main(int argc, char* argv[]) {
     QQuickWindow* window = ambrel::createMainWindow(engine, model);
     if (!window) return 1;
     if (startedAtLogin(app)) window->hide();
+    // The ring follows the disk only while someone can see it.
+    const auto noteShown = [&model, window] {
+        model.setWindowShown(window->visibility() != QWindow::Hidden &&
+                             window->visibility() != QWindow::Minimized);
+    };
+    QObject::connect(window, &QWindow::visibilityChanged, &model, noteShown);
+    noteShown();
     ambrel::TrayIcon tray(model);
     ambrel::DesktopNotifications notifications(QDBusConnection::sessionBus());
     QObject::connect(&notifications, &ambrel::DesktopNotifications::undelivered, &tray,

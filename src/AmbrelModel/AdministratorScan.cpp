@@ -33,10 +33,12 @@ AdministratorScan::~AdministratorScan() {
     abandon();
 }
 
-void AdministratorScan::start(const std::string& rootPath) {
+void AdministratorScan::start(const std::string& rootPath, std::vector<std::string> excludedPaths) {
     abandon();
     job_ = std::make_shared<Job>(this);
-    std::thread([job = job_, launch = launch_, rootPath] { run(job, launch, rootPath); }).detach();
+    std::thread([job = job_, launch = launch_, rootPath, excluded = std::move(excludedPaths)] {
+        run(job, launch, rootPath, excluded);
+    }).detach();
 }
 
 void AdministratorScan::abandon() {
@@ -64,7 +66,8 @@ void AdministratorScan::post(const std::shared_ptr<Job>& job,
 }
 
 void AdministratorScan::run(const std::shared_ptr<Job>& job, const AdminHelper::Launch& launch,
-                            const std::string& rootPath) {
+                            const std::string& rootPath,
+                            const std::vector<std::string>& excludedPaths) {
     const std::stop_token stop = job->stop.get_token();
     AdminHelper helper(launch);
     const auto readiness = helper.prepare(stop);
@@ -78,11 +81,14 @@ void AdministratorScan::run(const std::shared_ptr<Job>& job, const AdminHelper::
     const std::unique_ptr<helperkit::HelperClient> client = helper.takeClient();
     auto blob = [&] {
         const std::stop_callback giveUp(stop, [&] { client->abort(); });
-        return client->scan(rootPath, [job](std::int64_t files, std::uint64_t bytes) {
-            post(job, [files, bytes](AdministratorScan& scan) {
-                emit scan.progressed(brantle::ScanProgress{files, bytes, {}});
-            });
-        });
+        return client->scan(
+            rootPath,
+            [job](std::int64_t files, std::uint64_t bytes) {
+                post(job, [files, bytes](AdministratorScan& scan) {
+                    emit scan.progressed(brantle::ScanProgress{files, bytes, {}});
+                });
+            },
+            excludedPaths);
     }();
     // Waits for the helper to end: at once when signalled, else once it sees its input close.
     client->invalidate();

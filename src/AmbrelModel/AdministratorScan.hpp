@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace ambrel {
 
@@ -27,8 +28,9 @@ public:
     /// Abandons the running scan.
     ~AdministratorScan() override;
 
-    /// Scans `rootPath`; a scan already running is abandoned first.
-    void start(const std::string& rootPath);
+    /// Scans `rootPath`, leaving out `excludedPaths`; a scan already running is abandoned
+    /// first.
+    void start(const std::string& rootPath, std::vector<std::string> excludedPaths = {});
     /// Gives the running scan up without waiting for it: the helper is told to end (pkexec
     /// still asking for the password is stopped with its request) and whatever it still
     /// sends is ignored. No signal of that scan follows.
@@ -46,7 +48,7 @@ private:
     /// What a scan's thread shares with this object, which may be gone before the thread ends.
     struct Job;
     static void run(const std::shared_ptr<Job>& job, const helperkit::AdminHelper::Launch& launch,
-                    const std::string& rootPath);
+                    const std::string& rootPath, const std::vector<std::string>& excludedPaths);
     /// Runs `call` on the object's thread unless the job has been abandoned by then.
     static void post(const std::shared_ptr<Job>& job, std::function<void(AdministratorScan&)> call);
 

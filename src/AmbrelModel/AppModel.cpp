@@ -33,6 +33,7 @@ AppModel::AppModel(QObject* parent)
     connect(&session_, &ScanSession::progressed, this, [this](const brantle::ScanProgress& p) {
         if (phase_ == Phase::Scanning) setProgress(p);
     });
+    connectLiveTree();
 }
 
 AppModel::~AppModel() {
@@ -159,7 +160,8 @@ void AppModel::scanAsAdministrator() {
                 adminScan_ = true;
                 emit adminScanChanged();
             });
-    adminClient_->start(disk.rootPath());
+    const auto excluded = Settings::excludedPaths();
+    adminClient_->start(disk.rootPath(), {excluded.begin(), excluded.end()});
 }
 
 void AppModel::leaveAdministratorScan() {
@@ -216,6 +218,12 @@ void AppModel::preview(std::shared_ptr<const brantle::FileTree> tree, const Scan
 }
 
 void AppModel::finish(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target) {
+    showFinished(std::move(tree), target);
+    serveSection();
+}
+
+void AppModel::showFinished(std::shared_ptr<const brantle::FileTree> tree,
+                            const ScanTarget& target) {
     requireMainThread();
     installTree(std::move(tree), target);
     setProgress(std::nullopt);
@@ -225,7 +233,6 @@ void AppModel::finish(std::shared_ptr<const brantle::FileTree> tree, const ScanT
     emit volumeChanged(); // the storage bar's split depends on the tree
     relayout();
     noteUnreadableFolders();
-    serveSection();
 }
 
 void AppModel::noteUnreadableFolders() {
@@ -268,12 +275,13 @@ void AppModel::analyzeShoreline() {
     if (!tree || analyzedTree_.lock() == tree) return;
     analyzedTree_ = tree;
     setShorelinePhase(ShorelinePhase::Analyzing);
-    session_.runInBackground([this, tree] {
+    session_.runInBackground([this, tree, excluded = Settings::excludedPaths()] {
         const auto home = brantle::Locations::homeIn(*tree);
         const auto live = brantle::DeletionGuard::live();
         shoreline::ShorelineContext context(
             *tree, home, brantle::DeletionGuard(home, live.appBundle(), live.isRunningApp()));
         context.runningBundleIDs = shoreline::RunningApps::bundleIDs();
+        context.excludedPaths = excluded;
         auto categories = shoreline::Shoreline::analyze(context);
         QMetaObject::invokeMethod(
             this,
@@ -287,12 +295,22 @@ void AppModel::analyzeShoreline() {
 
 void AppModel::installShoreline(std::vector<shoreline::ShorelineCategory> categories) {
     requireMainThread();
-    shoreline_ = std::move(categories);
-    shorelineChecked_.clear();
+    // A finding already shown keeps its tick as the user left it: the tree follows the disk,
+    // so the suggestions are made again while the user reads them.
+    QSet<QString> shown;
     for (const auto& category : shoreline_)
         for (const auto& finding : category.findings)
-            if (finding.safety == shoreline::Safety::safe)
-                shorelineChecked_.insert(QString::fromStdString(finding.path));
+            shown.insert(QString::fromStdString(finding.path));
+    shoreline_ = std::move(categories);
+    QSet<QString> checked;
+    for (const auto& category : shoreline_)
+        for (const auto& finding : category.findings) {
+            const auto path = QString::fromStdString(finding.path);
+            if (shown.contains(path) ? shorelineChecked_.contains(path)
+                                     : finding.safety == shoreline::Safety::safe)
+                checked.insert(path);
+        }
+    shorelineChecked_ = std::move(checked);
     emit shorelineChanged();
     emit shorelineCheckedChanged();
     setShorelinePhase(ShorelinePhase::Ready);

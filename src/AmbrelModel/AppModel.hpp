@@ -10,6 +10,7 @@
 #include "AmbrelModel/SearchResults.hpp"
 #include "AmbrelModel/Settings.hpp"
 #include "AmbrelModel/SpaceWatch.hpp"
+#include "AmbrelModel/TreeWatch.hpp"
 #include "AmbrelModel/ViewState.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FileTree.hpp"
@@ -22,9 +23,12 @@
 
 #include <QObject>
 #include <QSet>
+#include <QStringList>
+#include <QTimer>
 #include <QVariantList>
 #include <QVariantMap>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -80,6 +84,7 @@ class AppModel : public QObject {
     Q_PROPERTY(ambrel::SearchResults* search READ search CONSTANT)
     Q_PROPERTY(QVariantList kinds READ kindRows NOTIFY kindsChanged)
     Q_PROPERTY(bool colourByKind READ colourByKind WRITE setColourByKind NOTIFY colourByKindChanged)
+    Q_PROPERTY(QStringList excludedFolders READ excludedFolders NOTIFY excludedFoldersChanged)
 
 public:
     enum class Phase { Idle, Scanning, Updating, Ready };
@@ -168,6 +173,22 @@ public:
     /// key reads false and is not stored.
     Q_INVOKABLE bool alertSwitch(const QString& key) const;
     Q_INVOKABLE void setAlertSwitch(const QString& key, bool on);
+    /// The folders scans leave out, from the next scan or catch-up on.
+    QStringList excludedFolders() const;
+    /// Adds a folder (a path or a file URL) to the excluded folders; "/" and relative paths
+    /// are ignored.
+    Q_INVOKABLE void addExcludedFolder(const QString& folder);
+    Q_INVOKABLE void removeExcludedFolder(const QString& folder);
+
+    /// How often the shown tree is caught up while the window is shown.
+    static constexpr std::chrono::seconds liveCatchUpInterval{60};
+    /// While the window is shown, the tree follows the disk: the focused folder's subtree is
+    /// watched and the whole tree caught up every `liveCatchUpInterval`.
+    Q_INVOKABLE void setWindowShown(bool shown);
+    /// Catches the shown tree up now, quietly; what the interval runs.
+    void catchUpLiveTree();
+    const TreeWatch& treeWatch() const { return *treeWatch_; }
+
     /// Removes every stored snapshot, so each target is scanned afresh, and says how much
     /// that freed.
     Q_INVOKABLE QString clearStoredScans();
@@ -315,6 +336,7 @@ signals:
     void adminScanChanged();
     void showMenuBarChanged();
     void openAtLoginChanged();
+    void excludedFoldersChanged();
     /// Something asks for the main window to be shown and raised.
     void windowRequested();
 
@@ -368,6 +390,17 @@ private:
     /// The node of the tree the kinds were worked out for that stands for `shown`: itself
     /// when they are the shown tree's, else the node at its path in the earlier tree.
     std::optional<brantle::NodeId> kindsNode(brantle::NodeId shown) const;
+    /// `finish` without serving the pane.
+    void showFinished(std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
+    /// A tree that may follow the disk: one of this computer, shown and ready.
+    bool followsDisk() const;
+    void connectLiveTree();
+    /// Watches the focused folder's subtree while the window is shown, else nothing.
+    void followFocus();
+    /// Reads the folders the watch named again, once no refresh runs.
+    void refreshChangedFolders();
+    void installRefreshed(const std::shared_ptr<const brantle::FileTree>& from,
+                          std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
 
     Section section_ = Section::Explorer;
     Phase phase_ = Phase::Idle;
@@ -414,6 +447,10 @@ private:
     SpaceWatch* watch_ = nullptr;              ///< a child
     ScanComparison* comparison_ = nullptr;     ///< a child
     SearchResults* search_ = nullptr;          ///< a child
+    TreeWatch* treeWatch_ = nullptr;           ///< a child
+    QTimer* liveCatchUp_ = nullptr;            ///< a child
+    bool windowShown_ = false;
+    std::set<std::string> changedFolders_; ///< named by the watch, not yet read again
 };
 
 } // namespace ambrel

@@ -36,10 +36,13 @@ void lowerThisThread() {
 #endif
 }
 
+/// Reads the settings: main thread only.
 std::shared_ptr<brantle::DiskScanner> makeScanner(const std::string& rootPath) {
     const int workers = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    return std::make_shared<brantle::DiskScanner>(brantle::ScanOptions::forVolume(rootPath),
-                                                  workers, std::chrono::milliseconds(100));
+    auto options = brantle::ScanOptions::forVolume(rootPath);
+    options.excludedPaths.merge(Settings::excludedPaths());
+    return std::make_shared<brantle::DiskScanner>(std::move(options), workers,
+                                                  std::chrono::milliseconds(100));
 }
 
 } // namespace
@@ -100,6 +103,7 @@ void ScanSession::rememberItemCount(const std::string& rootPath, std::size_t cou
 void ScanSession::load(const ScanTarget& target, bool quiet) {
     const auto rootPath = target.rootPath();
     const int session = begin(rootPath);
+    shownSince_.reset();
     // The first ring waits for this decode, so it runs at the window's own priority.
     windowPool_.start([this, target, rootPath, quiet, session, scanner = scanner_] {
         auto loaded = StoredSnapshot::load(rootPath);
@@ -129,15 +133,22 @@ void ScanSession::catchUp(const ScanTarget& target, bool quiet, int session,
         return;
     }
     if (scanner.isCancelled()) return;
+    const auto since = caughtUp->meta.fsEventID;
     if (caughtUp->reread == 0 && shown) {
         // Untouched: the shown tree stays, and the stored event id still holds (the next
         // catch-up merely looks back a little further), so nothing is stored.
-        whenCurrent(session, [this, target, shown] { emit finished(shown, target); });
+        whenCurrent(session, [this, target, shown, since] {
+            shownSince_ = since;
+            emit finished(shown, target);
+        });
         return;
     }
     // Shown and stored as it is: the window and the encoder only read it.
     auto tree = std::make_shared<const brantle::FileTree>(std::move(caughtUp->tree));
-    whenCurrent(session, [this, target, tree] { emit finished(tree, target); });
+    whenCurrent(session, [this, target, tree, since] {
+        shownSince_ = since;
+        emit finished(tree, target);
+    });
     if (caughtUp->reread == 0) return;
     StoredSnapshot::save(*tree, caughtUp->meta.fsEventID);
     whenCurrent(session, [this, target] { emit stored(target); });
@@ -147,6 +158,7 @@ void ScanSession::catchUp(const ScanTarget& target, bool quiet, int session,
 void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount) {
     const auto rootPath = target.rootPath();
     const int session = begin(rootPath);
+    shownSince_.reset();
     runInBackground([this, target, rootPath, session, expectedCount, scanner = scanner_] {
         auto report = [this, session](const brantle::ScanProgress& progress) {
             whenCurrent(session, [this, progress] { emit progressed(progress); });
@@ -165,11 +177,62 @@ void ScanSession::fullScan(const ScanTarget& target, std::int64_t expectedCount)
         auto tree = std::make_shared<const brantle::FileTree>(
             scanner->scan(rootPath, expectedCount, report, preview));
         if (scanner->isCancelled()) return;
-        whenCurrent(session, [this, tree, target] { emit finished(tree, target); });
+        whenCurrent(session, [this, tree, target, eventID] {
+            shownSince_ = eventID;
+            emit finished(tree, target);
+        });
         StoredSnapshot::save(*tree, eventID);
         whenCurrent(session, [this, target] { emit stored(target); });
         rememberItemCount(rootPath, tree->count());
     });
+}
+
+bool ScanSession::refresh(const ScanTarget& target,
+                          const std::shared_ptr<const brantle::FileTree>& shown,
+                          std::vector<std::string> folders) {
+    const bool whole = folders.empty();
+    if (refreshing_ || !shown || (whole && !shownSince_)) return false;
+    refreshing_ = true;
+    const int session = begin(target.rootPath());
+    runInBackground([this, target, shown, whole, session, since = shownSince_,
+                     folders = std::move(folders), scanner = scanner_]() mutable {
+        auto caughtUp = catchUpShown(*scanner, *shown, std::move(folders), since);
+        std::shared_ptr<const brantle::FileTree> tree;
+        std::optional<brantle::ChangeHistory::EventID> caughtUpAt;
+        // Only a whole catch-up knows every change up to its event id.
+        if (caughtUp && whole) caughtUpAt = caughtUp->meta.fsEventID;
+        if (caughtUp && caughtUp->reread > 0)
+            tree = std::make_shared<const brantle::FileTree>(std::move(caughtUp->tree));
+        QMetaObject::invokeMethod(
+            this,
+            [this, target, shown, tree, session, caughtUpAt] {
+                refreshing_ = false;
+                const bool current = session == session_;
+                if (current && caughtUpAt) shownSince_ = caughtUpAt;
+                emit refreshed(shown, current ? tree : nullptr, target);
+            },
+            Qt::QueuedConnection);
+        if (!caughtUpAt || !tree) return;
+        StoredSnapshot::save(*tree, *caughtUpAt);
+        rememberItemCount(tree->rootPath(), tree->count());
+    });
+    return true;
+}
+
+std::optional<brantle::CatchUpResult>
+ScanSession::catchUpShown(brantle::DiskScanner& scanner, const brantle::FileTree& shown,
+                          std::vector<std::string> folders,
+                          std::optional<brantle::ChangeHistory::EventID> since) {
+    brantle::Snapshot::Contents contents{shown.compacted(),
+                                         {shown.rootPath(), 0, since.value_or(0)}};
+    if (folders.empty())
+        return brantle::catchUpChanges(scanner, std::move(contents), catchUpTimeout);
+    scanner.begin();
+    const std::size_t reread = scanner.rescan(contents.tree, std::move(folders));
+    if (scanner.isCancelled()) return std::nullopt;
+    return brantle::CatchUpResult{brantle::FileTree::compact(std::move(contents.tree)),
+                                  std::move(contents.meta), brantle::CatchUpResult::Mode::catchUp,
+                                  reread};
 }
 
 } // namespace ambrel

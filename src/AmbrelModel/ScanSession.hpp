@@ -1,6 +1,8 @@
 #pragma once
 
 #include "AmbrelModel/ScanTarget.hpp"
+#include "BrantleCore/CatchUp.hpp"
+#include "BrantleCore/ChangeHistory.hpp"
 #include "BrantleCore/DiskScanner.hpp"
 #include "BrantleCore/FileTree.hpp"
 #include "BrantleCore/Snapshot.hpp"
@@ -12,6 +14,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace ambrel {
 
@@ -36,6 +41,14 @@ public:
     /// Scans `target` afresh, `expectedCount` nodes expected: `progressed` while it runs,
     /// then `finished`; the tree is stored and its node count kept for the next scan.
     void fullScan(const ScanTarget& target, std::int64_t expectedCount);
+    /// Brings the shown tree of `target` up to date without loading or scanning it: reads
+    /// `folders` again, or with none catches the whole tree up since it was last current.
+    /// `refreshed` follows either way, with the tree or, when nothing changed or it could not
+    /// be done, null; a whole catch-up that read anything is stored. False (and no signal)
+    /// while a refresh runs, or for a whole catch-up of a tree this session did not produce.
+    bool refresh(const ScanTarget& target, const std::shared_ptr<const brantle::FileTree>& shown,
+                 std::vector<std::string> folders);
+    bool refreshing() const { return refreshing_; }
     /// Stops the running scan; nothing of it arrives any more.
     void cancel();
     /// Cancels the running work and drops whatever it would still report.
@@ -52,6 +65,8 @@ signals:
     void scanNeeded(const ScanTarget& target);
     /// A tree of `target` was stored, so its previous snapshot was replaced.
     void stored(const ScanTarget& target);
+    void refreshed(std::shared_ptr<const brantle::FileTree> from,
+                   std::shared_ptr<const brantle::FileTree> tree, const ScanTarget& target);
 
 private:
     /// Cancels the running scan and returns the token of a new session scanning `rootPath`.
@@ -66,8 +81,17 @@ private:
                  brantle::Snapshot::Contents loaded,
                  const std::shared_ptr<const brantle::FileTree>& shown);
 
+    /// Reads the refresh's folders, or catches the whole tree up; on a background thread.
+    static std::optional<brantle::CatchUpResult>
+    catchUpShown(brantle::DiskScanner& scanner, const brantle::FileTree& shown,
+                 std::vector<std::string> folders,
+                 std::optional<brantle::ChangeHistory::EventID> since);
+
     std::shared_ptr<brantle::DiskScanner> scanner_;
     int session_ = 0;
+    /// The change-history id at which the last tree this session produced was current.
+    std::optional<brantle::ChangeHistory::EventID> shownSince_;
+    bool refreshing_ = false;
     /// At the window's priority: the snapshot decode the first ring waits for.
     QThreadPool windowPool_;
     /// Below it: scans, catch-ups, saves and analyses. Its threads stay lowered, since raising

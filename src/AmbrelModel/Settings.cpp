@@ -1,5 +1,7 @@
 #include "AmbrelModel/Settings.hpp"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QString>
@@ -49,6 +51,39 @@ bool colourByKind() {
 
 void setColourByKind(bool on) {
     store().setValue(QStringLiteral("colourByKind"), on);
+}
+
+namespace {
+
+const QString excludedKey = QStringLiteral("excludedFolders");
+
+/// Only absolute paths count; "/" itself would leave nothing to scan.
+QStringList cleaned(const QStringList& folders) {
+    QStringList out;
+    for (const QString& folder : folders) {
+        const QString clean = QDir::cleanPath(folder);
+        if (clean.startsWith(u'/') && clean != QStringLiteral("/")) out.append(clean);
+    }
+    out.sort();
+    out.removeDuplicates();
+    return out;
+}
+
+} // namespace
+
+QStringList excludedFolders() {
+    return cleaned(store().value(excludedKey).toStringList());
+}
+
+void setExcludedFolders(const QStringList& folders) {
+    store().setValue(excludedKey, cleaned(folders));
+}
+
+std::set<std::string, std::less<>> excludedPaths() {
+    std::set<std::string, std::less<>> paths;
+    for (const QString& folder : excludedFolders())
+        paths.insert(QFile::encodeName(folder).toStdString());
+    return paths;
 }
 
 bool watchSwitch(const QString& key) {

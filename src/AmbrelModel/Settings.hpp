@@ -4,16 +4,18 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
 namespace ambrel {
 
-/// The values kept across launches in the user's settings: the target shown last and, per
-/// root path, the node count of its last finished tree.
+/// The values kept across launches in the user's settings: the target shown last, per root
+/// path the node count of its last finished tree, the excluded folders and the switches.
 namespace Settings {
 
 /// The target shown last time; the startup disk at first launch or when the chosen folder
@@ -25,6 +27,13 @@ void setLastTarget(const ScanTarget& target);
 /// when never stored).
 std::int64_t itemCount(const std::string& rootPath);
 void setItemCount(const std::string& rootPath, std::int64_t count);
+
+/// The folders scans leave out, absolute and clean, sorted, without duplicates; applied from
+/// the next scan or catch-up on.
+QStringList excludedFolders();
+void setExcludedFolders(const QStringList& folders);
+/// The same as the file system names them, for the scanner and the suggestions.
+std::set<std::string, std::less<>> excludedPaths();
 
 /// A Space Watch switch ("showMenuBar", "alertLowSpace", "alertFillingFast",
 /// "alertBigGrowth"); each is on until turned off.

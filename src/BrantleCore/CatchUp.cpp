@@ -4,6 +4,7 @@
 #include "BrantleCore/PathText.hpp"
 
 #include <algorithm>
+#include <iterator>
 
 namespace brantle {
 
@@ -15,6 +16,18 @@ std::size_t liveFolders(const FileTree& tree) {
         return (b & (NodeFlags::directory.rawValue | NodeFlags::dead.rawValue)) ==
                NodeFlags::directory.rawValue;
     }));
+}
+
+/// The parents of excluded folders the tree still holds (the list grew since it was scanned):
+/// reading them again drops those folders.
+std::vector<std::string> parentsOfExcluded(const FileTree& tree, const ScanOptions& options) {
+    std::vector<std::string> parents;
+    for (const std::string& excluded : options.excludedPaths) {
+        const auto node = tree.node(excluded);
+        if (node && *node != FileTree::root && !tree.isDead(*node))
+            parents.emplace_back(PathText::parent(excluded));
+    }
+    return parents;
 }
 
 } // namespace
@@ -45,6 +58,8 @@ std::optional<CatchUpResult> catchUpChanges(DiskScanner& scanner, Snapshot::Cont
     if (scanner.isCancelled() || changes.needsFullRescan()) return std::nullopt;
     std::vector<std::string> folders = DiskScanner::newlyReadable(loaded.tree);
     folders.insert(folders.end(), changes.directories.begin(), changes.directories.end());
+    std::ranges::move(parentsOfExcluded(loaded.tree, scanner.options()),
+                      std::back_inserter(folders));
     const std::size_t reread =
         folders.empty() ? 0 : scanner.rescan(loaded.tree, std::move(folders));
     if (scanner.isCancelled()) return std::nullopt;

@@ -62,6 +62,8 @@ public:
         rest_ = rest_.subspan(length);
         return text;
     }
+    bool atEnd() const { return rest_.empty(); }
+    bool failed() const { return error_.has_value(); }
     std::vector<std::uint8_t> remainder() {
         std::vector<std::uint8_t> bytes(rest_.begin(), rest_.end());
         rest_ = {};
@@ -94,6 +96,11 @@ void writeFields(Writer& out, const VersionRequest& m) {
 void writeFields(Writer& out, const ScanRequest& m) {
     out.integer(m.call);
     out.string(m.path);
+    // Without exclusions the frame is the one helpers before them read.
+    if (m.excludedPaths.empty()) return;
+    out.integer(static_cast<std::uint32_t>(m.excludedPaths.size()));
+    for (const std::string& path : m.excludedPaths)
+        out.string(path);
 }
 void writeFields(Writer&, const CancelRequest&) {}
 void writeFields(Writer& out, const VersionReply& m) {
@@ -125,14 +132,25 @@ ScanReply readScanReply(Reader& in) {
     return reply;
 }
 
+ScanRequest readScanRequest(Reader& in) {
+    ScanRequest request;
+    request.call = in.integer<CallID>();
+    request.path = in.string();
+    if (in.atEnd()) return request;
+    const auto count = in.integer<std::uint32_t>();
+    if (count == 0) in.fail(FrameError::malformed); // an empty list is sent as none
+    // Every path takes at least its length, so a count the frame cannot hold stops early.
+    for (std::uint32_t i = 0; i < count && !in.failed(); ++i)
+        request.excludedPaths.push_back(in.string());
+    return request;
+}
+
 Message readFields(Kind kind, Reader& in) {
     switch (kind) {
     case Kind::version:
         return VersionRequest{in.integer<CallID>()};
-    case Kind::scan: {
-        const auto call = in.integer<CallID>();
-        return ScanRequest{call, in.string()};
-    }
+    case Kind::scan:
+        return readScanRequest(in);
     case Kind::cancel:
         return CancelRequest{};
     case Kind::versionReply: {

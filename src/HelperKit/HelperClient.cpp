@@ -141,7 +141,8 @@ std::expected<std::string, HelperError> HelperClient::version() {
 }
 
 std::expected<std::vector<std::uint8_t>, HelperError>
-HelperClient::scan(const std::string& path, ProgressCallback progress) {
+HelperClient::scan(const std::string& path, ProgressCallback progress,
+                   std::vector<std::string> excludedPaths) {
     {
         const std::lock_guard lock(lock_);
         batches_.clear();
@@ -149,7 +150,7 @@ HelperClient::scan(const std::string& path, ProgressCallback progress) {
         expected_.reset();
         onProgress_ = std::move(progress);
     }
-    auto reply = call(ScanRequest{0, path});
+    auto reply = call(ScanRequest{0, path, std::move(excludedPaths)});
     if (!reply) return std::unexpected(reply.error());
     const auto* answer = std::get_if<ScanReply>(&*reply);
     if (!answer) return std::unexpected(HelperError::connection("unexpected reply"));

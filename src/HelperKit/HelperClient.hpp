@@ -40,10 +40,11 @@ public:
     /// The helper's version string.
     std::expected<std::string, HelperError> version();
 
-    /// Scans `path` in the helper and returns the joined snapshot bytes. `progress` runs on
-    /// the connection's reading thread.
-    std::expected<std::vector<std::uint8_t>, HelperError> scan(const std::string& path,
-                                                               ProgressCallback progress = {});
+    /// Scans `path` in the helper, leaving out `excludedPaths`, and returns the joined
+    /// snapshot bytes. `progress` runs on the connection's reading thread.
+    std::expected<std::vector<std::uint8_t>, HelperError>
+    scan(const std::string& path, ProgressCallback progress = {},
+         std::vector<std::string> excludedPaths = {});
 
     /// Asks the helper to stop the running scan; no reply is awaited.
     void cancel();

@@ -20,10 +20,11 @@ struct VersionRequest {
     friend bool operator==(const VersionRequest&, const VersionRequest&) = default;
 };
 
-/// Asks the helper to scan the folder at `path`.
+/// Asks the helper to scan the folder at `path`, leaving out the entries at `excludedPaths`.
 struct ScanRequest {
     CallID call = 0;
     std::string path;
+    std::vector<std::string> excludedPaths;
     friend bool operator==(const ScanRequest&, const ScanRequest&) = default;
 };
 

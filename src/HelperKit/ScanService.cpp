@@ -69,9 +69,10 @@ void ScanService::refuse(CallID call, std::string message) {
 void ScanService::scan(const ScanRequest& request) {
     if (idle_) idle_->touch();
     if (!isFolder(request.path)) return refuse(request.call, "Not a folder: " + request.path);
-    auto scanner =
-        std::make_shared<brantle::DiskScanner>(brantle::ScanOptions::forVolume(request.path),
-                                               activeProcessors(), std::chrono::milliseconds(100));
+    auto options = brantle::ScanOptions::forVolume(request.path);
+    options.excludedPaths.insert(request.excludedPaths.begin(), request.excludedPaths.end());
+    auto scanner = std::make_shared<brantle::DiskScanner>(std::move(options), activeProcessors(),
+                                                          std::chrono::milliseconds(100));
     {
         const std::lock_guard lock(lock_);
         if (scanner_) return refuse(request.call, "A scan is already running.");

@@ -1,5 +1,6 @@
 #include "Shoreline/RuleText.hpp"
 #include "Shoreline/Rules.hpp"
+#include "Shoreline/TaggedCaches.hpp"
 
 #include "BrantleCore/PathText.hpp"
 
@@ -66,6 +67,7 @@ std::vector<Candidate> AppCachesRule::candidates(const ShorelineContext& context
     std::vector<Candidate> out;
     addCacheFolders(context, out);
     addContainerCaches(context, out);
+    TaggedCaches::addTo(context, out);
     return out;
 }
 

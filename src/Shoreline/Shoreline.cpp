@@ -15,7 +15,7 @@ namespace {
 namespace PathText = brantle::PathText;
 using ClaimedPaths = std::set<std::string, std::less<>>;
 
-/// True when `path` equals a claimed path, lies inside one, or contains one. Paths inside
+/// True when `path` equals a path of the set, lies inside one, or contains one. Paths inside
 /// `path` sort right after `path` + "/".
 bool overlapsClaimed(const ClaimedPaths& claimed, std::string_view path) {
     for (std::string_view up = path; !up.empty(); up = PathText::parent(up)) {
@@ -32,7 +32,9 @@ std::vector<Finding> acceptedFindings(const ShorelineContext& context,
     std::vector<Finding> findings;
     for (const auto& candidate : candidates) {
         std::string path = context.tree.rawPath(candidate.node);
-        if (overlapsClaimed(claimed, path)) continue;
+        // Removing a folder around an excluded one would remove what was never shown.
+        if (overlapsClaimed(claimed, path) || overlapsClaimed(context.excludedPaths, path))
+            continue;
         const auto verdict = context.guardian.check(path);
         const brantle::GuardedRemoval* removal = verdict.removal();
         if (!removal) continue;

@@ -42,6 +42,8 @@ struct ShorelineContext {
     std::shared_ptr<const brantle::PlatformProfile> profile;
     /// The home-relative folders the rules read; those of the profile's system by default.
     SuggestionFolders suggestionFolders;
+    /// Folders the user keeps out of scans: nothing at, inside or around them is proposed.
+    std::set<std::string, std::less<>> excludedPaths;
 
     /// The children of home + "/" + `relative`; empty when that is not in the tree.
     std::vector<brantle::NodeId> children(std::string_view relative) const;

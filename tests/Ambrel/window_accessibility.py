@@ -674,8 +674,47 @@ def changes(home):
               "Down and Enter in \"What changed\" centre the ring on \"big\"")
 
 
+def exclusions_and_changes(home):
+    target = os.path.join(home, "target")
+    make_tree(target)
+    with open(os.path.join(target, "gone.bin"), "wb") as f:
+        f.write(os.urandom(500_000))
+    big = os.path.join(target, "big")
+    os.makedirs(os.path.join(home, ".config", "Ambrel"))
+    with open(os.path.join(home, ".config", "Ambrel", "Ambrel.conf"), "w") as f:
+        f.write(f"[General]\nexcludedFolders={big}\n")
+    with running(home, target) as app:
+        if app is None:
+            return
+
+        def row(name):
+            items = find(app, "Items", pyatspi.ROLE_LIST)
+            return items and find(items, name, pyatspi.ROLE_LIST_ITEM)
+
+        check(wait_for(lambda: row("gone.bin")) is not None and row("big") is None,
+              "the scan leaves the excluded folder \"big\" out")
+        os.remove(os.path.join(target, "gone.bin"))
+        check(wait_for(lambda: row("gone.bin") is None, 8),
+              "a file deleted outside Ambrel leaves the list within seconds")
+
+        chord(CONTROL, COMMA)
+        remove = wait_for(lambda: find(app, "Remove " + big, pyatspi.ROLE_PUSH_BUTTON), 5)
+        check(remove is not None and find(app, "Excluded folders") is not None and
+              find(app, "Add Folder…", pyatspi.ROLE_PUSH_BUTTON) is not None,
+              "the settings list the excluded folder with \"Remove\" and offer \"Add Folder…\"")
+        time.sleep(0.5)
+        screenshot("settings-excluded.png")
+        if remove is None:
+            return
+        act(remove, "Press")
+        check(wait_for(lambda: find(app, "No folders are left out."), 5) is not None,
+              "\"Remove\" empties the list of excluded folders")
+
+
 with tempfile.TemporaryDirectory() as home:
     changes(home)
+with tempfile.TemporaryDirectory() as home:
+    exclusions_and_changes(home)
 with tempfile.TemporaryDirectory() as home:
     history(home)
 with tempfile.TemporaryDirectory() as home:

@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <random>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 using brantle::CatchUpResult;
@@ -328,5 +329,42 @@ TEST(CatchUp, RandomChangesEndWhereAFreshScanEnds) {
         ASSERT_TRUE(reloaded.has_value());
         loaded = std::move(*reloaded);
         if (HasFailure()) break;
+    }
+}
+
+// An excluded folder stays out whether it was excluded before the snapshot (and then changed
+// on disk) or only afterwards (and the snapshot still holds it). Folders count as changed for a
+// margin after they were made, so the fixtures age past it first, both at once.
+TEST(CatchUp, ExcludedFoldersStayOut) {
+    const bool excludedAtSnapshot[] = {true, false};
+    TempFolder roots[2];
+    for (const TempFolder& root : roots) {
+        root.folder("work");
+        root.folder("work/skip");
+        root.file("work/skip/big", 80000);
+        root.file("work/keep", 4000);
+    }
+    std::this_thread::sleep_for(ChangeHistory::timestampMargin + 1s);
+    for (int k = 0; k < 2; ++k) {
+        const TempFolder& root = roots[k];
+        TempFolder store;
+        ScanOptions options;
+        options.excludedPaths = {root / "work/skip"};
+        const auto eventID = ChangeHistory::currentEventID();
+        DiskScanner first(excludedAtSnapshot[k] ? options : ScanOptions{}, 1);
+        const FileTree scanned = first.scan(root.path());
+        ASSERT_TRUE(Snapshot::save(scanned, {scanned.rootPath(), 1, eventID}, store / "s.brs"));
+        // Only the excluded folder changes: its parent is read again for the exclusion alone.
+        root.file("work/skip/more", 9000);
+
+        auto loaded = Snapshot::load(store / "s.brs");
+        ASSERT_TRUE(loaded.has_value());
+        DiskScanner catcher(options, 1);
+        const CatchUpResult result =
+            brantle::catchUp(catcher, std::move(*loaded), root.path(), 60s);
+        EXPECT_EQ(modeName(result), "catch-up");
+        EXPECT_FALSE(result.tree.node(root / "work/skip")) << excludedAtSnapshot[k];
+        EXPECT_EQ(treeDump(result.tree), treeDump(DiskScanner(options, 1).scan(root.path())))
+            << excludedAtSnapshot[k];
     }
 }

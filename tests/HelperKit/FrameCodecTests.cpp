@@ -23,7 +23,8 @@ std::vector<std::uint8_t> bytes(std::initializer_list<int> values) {
 TEST(FrameCodec, EveryMessageComesBackWhateverTheStreamIsCutInto) {
     const std::vector<Message> messages{
         VersionRequest{7},
-        ScanRequest{8, "/home/ana/caf\xe9 \xe2\x80\x94 bits"},
+        ScanRequest{8, "/home/ana/caf\xe9 \xe2\x80\x94 bits", {}},
+        ScanRequest{11, "/", {"/proc", "/home/ana/caf\xe9"}},
         CancelRequest{},
         VersionReply{7, "1/0.1.0"},
         ScanReply{8, 12, std::nullopt},
@@ -71,6 +72,10 @@ TEST(FrameCodec, BadFramesAreRefusedWithTheirFault) {
         {"call id cut short", bytes({3, 0, 0, 0, 1, 7, 0}), FrameError::truncated},
         {"path longer than the frame", bytes({10, 0, 0, 0, 2, 1, 0, 0, 0, 200, 0, 0, 0, 'x'}),
          FrameError::truncated},
+        {"exclusion list of none", bytes({13, 0, 0, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
+         FrameError::malformed},
+        {"more exclusions than the frame holds",
+         bytes({13, 0, 0, 0, 2, 1, 0, 0, 0, 0, 0, 0, 0, 0xE8, 3, 0, 0}), FrameError::truncated},
         {"byte after the fields", bytes({6, 0, 0, 0, 1, 7, 0, 0, 0, 0}), FrameError::malformed},
         {"error flag 2", bytes({14, 0, 0, 0, 5, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2}),
          FrameError::malformed},

@@ -54,6 +54,21 @@ TEST(ScanService, SendsTheDirectScanAsASnapshotInBatches) {
     EXPECT_EQ(client->invalidate(), 0);
 }
 
+TEST(ScanService, LeavesOutTheFoldersTheRequestExcludes) {
+    TempFolder work;
+    work.folder("skip");
+    work.file("skip/big", 90000);
+    work.file("keep", 4000);
+    const auto client = startRealHelper({});
+    const auto blob = client->scan(work.path(), {}, {work / "skip"});
+    ASSERT_TRUE(blob.has_value()) << blob.error().description();
+    const auto contents = brantle::Snapshot::decode(*blob);
+    ASSERT_TRUE(contents.has_value());
+    EXPECT_FALSE(contents->tree.node(work / "skip"));
+    EXPECT_TRUE(contents->tree.node(work / "keep"));
+    EXPECT_EQ(client->invalidate(), 0);
+}
+
 TEST(ScanService, ABlobOfExactlyTheBatchSizeIsOneBlockAndOneByteMoreIsTwo) {
     TempFolder work;
     work.file("a", 10);

@@ -1,5 +1,6 @@
 #include "Shoreline/RuleText.hpp"
 #include "Shoreline/Rules.hpp"
+#include "Shoreline/TaggedCaches.hpp"
 #include "Shoreline/UserFiles.hpp"
 #include "TestHome.hpp"
 
@@ -45,6 +46,32 @@ TEST(AppCachesRule, LinuxCachesAndFlatpakContainers) {
                       "Cache for org.gimp.GIMP — rebuilt when needed."}));
     ASSERT_EQ(proposals.size(), 4u);
     EXPECT_EQ(proposals.back().path, ".var/app/org.gimp.GIMP/cache"); // containers come second
+}
+
+// Tagged folders anywhere are caches: the outer one of nested tags, only with the exact
+// signature, never a package manager's own cache.
+TEST(AppCachesRule, FoldersTaggedAsCaches) {
+    const std::string tag = std::string(TaggedCaches::signature) + "\n# made by a build tool\n";
+    TestHome home(System::linux);
+    const struct {
+        std::string folder;
+        std::string tagText;
+    } tagged[] = {
+        {"code/app/target", tag},
+        {"code/app/target/debug", tag},
+        {"code/lib/build", std::string(TaggedCaches::signature).substr(0, 42)},
+        {"code/other/out", "Signature: 0000000000000000000000000000000"},
+        {".cache/pip/wheels", tag},
+    };
+    for (const auto& entry : tagged) {
+        home.file(entry.folder + "/CACHEDIR.TAG", entry.tagText);
+        home.file(entry.folder + "/blob", 2 * MiB);
+    }
+    home.file("code/small/cache/CACHEDIR.TAG", tag);
+    EXPECT_THAT(home.proposals(AppCachesRule(), home.context()),
+                ElementsAre(P{"code/app/target", Safety::safe,
+                              "Tagged as a cache by the program that made it — made again "
+                              "when needed."}));
 }
 
 TEST(AppCachesRule, MacCachesAndSandboxContainers) {

@@ -141,6 +141,31 @@ TEST(Shoreline, WholeHomeOnLinux) {
     EXPECT_EQ(categories[2].safeTotal(), 2 * MiB + home.folderBlocks(".cache/app"));
 }
 
+TEST(Shoreline, NothingAtInsideOrAroundAnExcludedFolder) {
+    TestHome home;
+    home.file(".cache/app/inner/a", 2 * MiB);
+    home.file(".cache/other/a", 2 * MiB);
+    const struct {
+        std::string excluded;
+        std::vector<std::string> proposed;
+    } cases[] = {
+        {".cache/app", {".cache/other"}},
+        {".cache/app/inner", {".cache/other"}},
+        {".cache", {}},
+        {"Documents", {".cache/app", ".cache/other"}},
+    };
+    for (const auto& test : cases) {
+        auto context = home.context();
+        context.excludedPaths = {home / test.excluded};
+        std::vector<std::string> proposed;
+        for (const auto& category : Shoreline::analyze(context))
+            for (const auto& path : paths(home, category))
+                proposed.push_back(path);
+        std::ranges::sort(proposed);
+        EXPECT_EQ(proposed, test.proposed) << test.excluded;
+    }
+}
+
 TEST(LastUsed, AccessTimeOnlyWhenLaterThanModification) {
     TestHome home;
     home.file("opened", 4096);

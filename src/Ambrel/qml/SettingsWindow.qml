@@ -1,10 +1,12 @@
 pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Dialogs
 import QtQuick.Layouts
 import Ambrel
 
-// Space Watch's switches and the stored scans. Each switch is stored as it is flipped.
+// Space Watch's switches, the folders scans leave out and the stored scans. Each switch is
+// stored as it is flipped.
 Window {
     id: settings
 
@@ -74,6 +76,61 @@ Window {
                 onToggled: settings.appModel.setAlertSwitch(modelData.key, checked)
                 Accessible.name: text
             }
+        }
+
+        Label {
+            Layout.topMargin: 10
+            text: "Excluded folders"
+            font.bold: true
+            color: Theme.text
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        Label {
+            Layout.fillWidth: true
+            text: "Scans, catch-ups and suggestions leave these folders out, from the next scan on."
+            color: Theme.secondaryText
+            wrapMode: Text.WordWrap
+            Accessible.name: text
+        }
+        Label {
+            visible: settings.appModel.excludedFolders.length === 0
+            text: "No folders are left out."
+            color: Theme.secondaryText
+            Accessible.name: text
+        }
+        Repeater {
+            model: settings.appModel.excludedFolders
+            delegate: RowLayout {
+                id: excludedRow
+                required property string modelData
+                Layout.fillWidth: true
+                spacing: 12
+                Label {
+                    Layout.fillWidth: true
+                    text: excludedRow.modelData
+                    elide: Text.ElideMiddle
+                    color: Theme.text
+                    Accessible.name: text
+                }
+                Button {
+                    text: "Remove"
+                    onClicked: settings.appModel.removeExcludedFolder(excludedRow.modelData)
+                    Accessible.name: "Remove " + excludedRow.modelData
+                    Accessible.onPressAction: clicked()
+                }
+            }
+        }
+        Button {
+            text: "Add Folder…"
+            onClicked: excludedChooser.open()
+            Accessible.name: text
+            Accessible.onPressAction: clicked()
+        }
+        FolderDialog {
+            id: excludedChooser
+            title: "Exclude Folder"
+            onAccepted: settings.appModel.addExcludedFolder(String(selectedFolder))
         }
 
         Label {
