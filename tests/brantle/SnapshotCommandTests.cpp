@@ -62,29 +62,30 @@ TEST(SnapshotCommands, SaveShowAndCatchUp) {
 TEST(SnapshotCommands, UnusableFilesAndBadArguments) {
     TempFolder store;
     store.file("garbage", 100);
-    for (const char* command : {"snapshot", "catch-up"}) {
-        int status = 0;
-        const std::string out = brantleOutput(
-            std::string(command) + " " + quoted(store / "garbage") + " 2>&1", &status);
+    store.file("blocker");
+    int status = 0;
+    for (const std::string command : {"snapshot", "catch-up"}) {
+        const std::string out =
+            brantleOutput(command + " " + quoted(store / "garbage") + " 2>&1", &status);
         EXPECT_EQ(status, 1) << command;
         EXPECT_EQ(out, "brantle: " + store / "garbage" + ": not a snapshot (bad magic)\n");
         const std::string missing =
-            brantleOutput(std::string(command) + " " + quoted(store / "none") + " 2>&1", &status);
+            brantleOutput(command + " " + quoted(store / "none") + " 2>&1", &status);
         EXPECT_EQ(status, 1) << command;
         EXPECT_NE(missing.find("No such file or directory"), std::string::npos) << missing;
-        brantleOutput(std::string(command) + " 2>/dev/null", &status);
-        EXPECT_EQ(status, 2) << command;
-        brantleOutput(std::string(command) + " a b 2>/dev/null", &status);
-        EXPECT_EQ(status, 2) << command;
     }
-    int status = 0;
-    brantleOutput("scan " + quoted(store.path()) + " --save 2>/dev/null", &status);
-    EXPECT_EQ(status, 2);
-    brantleOutput("catch-up " + quoted(store / "garbage") + " --save x 2>/dev/null", &status);
-    EXPECT_EQ(status, 2) << "only scan saves elsewhere";
-    store.file("blocker");
-    brantleOutput("scan " + quoted(store.path()) + " --save " + quoted(store / "blocker/x.brs") +
-                      " >/dev/null 2>&1",
-                  &status);
-    EXPECT_EQ(status, 1) << "a snapshot that cannot be written fails the command";
+    // Usage errors (2), and a snapshot that cannot be written fails the command (1).
+    const std::pair<std::string, int> cases[] = {
+        {"snapshot", 2},
+        {"snapshot a b", 2},
+        {"catch-up", 2},
+        {"catch-up a b", 2},
+        {"scan " + quoted(store.path()) + " --save", 2},
+        {"catch-up " + quoted(store / "garbage") + " --save x", 2}, // only scan saves elsewhere
+        {"scan " + quoted(store.path()) + " --save " + quoted(store / "blocker/x.brs"), 1},
+    };
+    for (const auto& [arguments, expected] : cases) {
+        brantleOutput(arguments + " >/dev/null 2>&1", &status);
+        EXPECT_EQ(status, expected) << arguments;
+    }
 }
