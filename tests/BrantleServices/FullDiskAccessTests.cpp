@@ -37,8 +37,6 @@ TEST(FullDiskAccess, RealOpensAndTheCurrentHome) {
     TempFolder home;
     home.folder("Library");
     home.folder("Library/Mail");
-    EXPECT_EQ(FullDiskAccess::tryOpen(home / "Library/Mail"), 0) << "a folder opens";
-    EXPECT_EQ(FullDiskAccess::tryOpen(home / "Library/Safari"), ENOENT);
     EXPECT_EQ(FullDiskAccess::status(FullDiskAccess::probes(home.path()), FullDiskAccess::tryOpen),
               Status::granted);
     {
