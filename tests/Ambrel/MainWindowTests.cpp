@@ -33,10 +33,7 @@ bool pumpUntil(const std::function<bool()>& done, int rounds = 3000) {
 
 // Lets a running morph (0.38 s) and the gauge's easing play out.
 void pumpFrames() {
-    for (int round = 0; round < 150; ++round) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(10);
-    }
+    pumpUntil([] { return false; }, 150);
 }
 
 struct Probe {

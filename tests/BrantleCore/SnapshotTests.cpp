@@ -184,30 +184,6 @@ TEST(Snapshot, MalformedBytesGiveTheirError) {
     };
     for (const auto& [name, rootPath, damage] : cases)
         EXPECT_EQ(damaged(rootPath, damage), Kind::truncated) << name;
-
-    EXPECT_EQ(brantle::describe(SnapshotError{Kind::unsupportedVersion, 2}),
-              "unsupported snapshot version 2");
-}
-
-TEST(Snapshot, WriterAndReaderUseLittleEndianAndStopAtTheEnd) {
-    Snapshot::Writer writer(16);
-    writer.scalar(std::uint16_t{0x0102});
-    writer.string("ab");
-    writer.scalar(std::int64_t{-2});
-    EXPECT_EQ(writer.bytes(),
-              (Bytes{2, 1, 2, 0, 0, 0, 'a', 'b', 0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}));
-    Snapshot::Reader reader(writer.bytes());
-    EXPECT_EQ(reader.scalar<std::uint16_t>(), 0x0102);
-    EXPECT_EQ(reader.string(), "ab");
-    std::vector<std::int64_t> values;
-    EXPECT_FALSE(reader.array(values, 2).has_value()) << "one value left, two asked for";
-    ASSERT_TRUE(reader.array(values, 1).has_value());
-    EXPECT_EQ(values, std::vector<std::int64_t>{-2});
-    EXPECT_EQ(reader.remaining(), 0u);
-    EXPECT_FALSE(reader.scalar<std::uint8_t>().has_value());
-    const Bytes claimsNine{9, 0, 0, 0, 'x'};
-    Snapshot::Reader shortString(claimsNine);
-    EXPECT_EQ(shortString.string().error().kind, Kind::truncated);
 }
 
 TEST(Snapshot, LoadPassesOnTheSystemsError) {

@@ -1,5 +1,4 @@
 #include "BrantleServices/Eraser.hpp"
-#include "BrantleServices/Locations.hpp"
 #include "BrantleServices/RecursiveRemoval.hpp"
 
 #include "support/ChildProcess.hpp"
@@ -82,7 +81,6 @@ TEST(Eraser, TakesItemsAtOnceAndDeletesThemInTheBackground) {
     EXPECT_EQ((*outcomes)[0], (EraseOutcome{root / "project/node_modules", std::nullopt}));
     EXPECT_EQ((*outcomes)[2],
               (EraseOutcome{root / "work/gone", FileError{ENOENT, root / "work/gone"}}));
-    EXPECT_EQ((*outcomes)[2].error->description(), "No such file or directory");
     EXPECT_FALSE((*outcomes)[4].error);
     EXPECT_FALSE(fs::exists(root / "project/node_modules"));
     EXPECT_FALSE(fs::exists(fs::symlink_status(root / "work/link")));
@@ -217,11 +215,4 @@ TEST(Eraser, ResumesWhatAKilledProcessLeftStaged) {
     EXPECT_EQ(resumed, 0);
     EXPECT_TRUE(entriesOf(staging).empty());
     EXPECT_TRUE(fs::exists(root / "project"));
-}
-
-TEST(Eraser, StandardStagingIsInTheCacheFolder) {
-    TempFolder root;
-    ScopedEnv cache("XDG_CACHE_HOME", root / "cache");
-    EXPECT_EQ(Eraser::standard().staging(), Locations::cacheDirectory() + "/Erasing");
-    EXPECT_EQ(Eraser::standard().staging(), root / "cache/Ambrel/Erasing");
 }

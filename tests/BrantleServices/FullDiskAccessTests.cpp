@@ -12,8 +12,6 @@ using Status = brantle::FullDiskAccess::Status;
 TEST(FullDiskAccess, StatusFollowsTheFirstOpenAndTheRefusals) {
     const auto paths = FullDiskAccess::probes("/Users/x");
     ASSERT_EQ(paths.size(), 6u);
-    EXPECT_EQ(paths.front(), "/Users/x/Library/Application Support/com.apple.TCC/TCC.db");
-    EXPECT_EQ(paths.back(), "/Users/x/Library/Containers/com.apple.stocks");
 
     std::vector<std::string> tried;
     const auto withResults = [&](std::map<std::string, int> results) {
@@ -39,8 +37,6 @@ TEST(FullDiskAccess, RealOpensAndTheCurrentHome) {
     TempFolder home;
     home.folder("Library");
     home.folder("Library/Mail");
-    EXPECT_EQ(FullDiskAccess::tryOpen(home / "Library/Mail"), 0) << "a folder opens";
-    EXPECT_EQ(FullDiskAccess::tryOpen(home / "Library/Safari"), ENOENT);
     EXPECT_EQ(FullDiskAccess::status(FullDiskAccess::probes(home.path()), FullDiskAccess::tryOpen),
               Status::granted);
     {

@@ -12,27 +12,15 @@ using brantle::KindClassifier;
 TEST(KindClassifier, DecidesFromTheNameAlone) {
     const std::vector<std::pair<std::string, FileKind>> table{
         // Extensions, whatever their case.
-        {"holiday.jpg", FileKind::pictures},
         {"IMG_0042.JPG", FileKind::pictures},
-        {"Screenshot.PNG", FileKind::pictures},
         {"clip.MP4", FileKind::video},
-        {"film.mkv", FileKind::video},
         {"song.flac", FileKind::music},
-        {"voice.m4a", FileKind::music},
         {"report.pdf", FileKind::documents},
         {"letter.docx", FileKind::documents}, // a zip underneath
-        {"sheet.ods", FileKind::documents},
-        {"notes.txt", FileKind::documents},
         {"backup.zip", FileKind::archives},
-        {"debian.iso", FileKind::archives},
-        {"disk.qcow2", FileKind::archives},
         {"main.cpp", FileKind::code},
-        {"script.py", FileKind::code},
-        {"package.json", FileKind::code},
         {"tool.AppImage", FileKind::applications},
-        {"setup.deb", FileKind::applications},
         {"server.jar", FileKind::applications}, // a zip underneath
-        {"libfoo.a", FileKind::applications},
         // Several dots: the last extension decides, version numbers aside.
         {"source-1.2.tar.gz", FileKind::archives},
         {"photos.2023.tar.xz", FileKind::archives},

@@ -126,9 +126,3 @@ TEST(TrashLedger, OverflowIsFatalAndWriteErrorsAreSwallowed) {
     EXPECT_EQ(unwritable.record(std::vector<Entry>{kept}), (State{{kept}, 0}));
     EXPECT_EQ(unwritable.load(), State{});
 }
-
-TEST(TrashLedger, StandardLedgerLivesInTheDataFolder) {
-    TempFolder root;
-    ScopedEnv data("XDG_DATA_HOME", root / "data");
-    EXPECT_EQ(TrashLedger::standard().path(), root / "data/Ambrel/trash-ledger.json");
-}

