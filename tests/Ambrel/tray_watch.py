@@ -58,41 +58,10 @@ if len(sys.argv) > 1 and sys.argv[1] == "--watcher":
     sys.exit(0)
 
 import pyatspi  # noqa: E402
+from atspi_session import SHOTS, application, check, failures, find, screenshot, wait_for  # noqa: E402
 from gi.repository import Gio, GLib  # noqa: E402
 
 AMBREL = sys.argv[1]
-SHOTS = sys.argv[2] if len(sys.argv) > 2 else None
-failures = []
-
-
-def check(condition, what):
-    print(("ok   " if condition else "FAIL ") + what, flush=True)
-    if not condition:
-        failures.append(what)
-
-
-def wait_for(probe, seconds=20.0):
-    deadline = time.monotonic() + seconds
-    while time.monotonic() < deadline:
-        value = probe()
-        if value:
-            return value
-        time.sleep(0.1)
-    return probe()
-
-
-def find(root, name, role):
-    try:
-        return pyatspi.findDescendant(root, lambda node: node.getRole() == role and node.name == name)
-    except Exception:
-        return None
-
-
-def application():
-    for app in pyatspi.Registry.getDesktop(0):
-        if app is not None and app.name in ("ambrel", "Ambrel"):
-            return app
-    return None
 
 
 def showing_window(app):
@@ -182,12 +151,6 @@ def write_png(path, width, height, argb):
     with open(path, "wb") as f:
         f.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0))
                 + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
-
-
-def screenshot(name):
-    if SHOTS:
-        os.makedirs(SHOTS, exist_ok=True)
-        subprocess.run(["import", "-window", "root", os.path.join(SHOTS, name)], check=False)
 
 
 def main():

@@ -14,39 +14,9 @@ import tempfile
 import time
 
 import pyatspi
+from atspi_session import application, check, failures, find, screenshot, wait_for
 
 AMBREL = sys.argv[1]
-SHOTS = sys.argv[2] if len(sys.argv) > 2 else None
-failures = []
-
-
-def check(condition, what):
-    print(("ok   " if condition else "FAIL ") + what, flush=True)
-    if not condition:
-        failures.append(what)
-
-
-def wait_for(probe, seconds=20.0):
-    deadline = time.monotonic() + seconds
-    while time.monotonic() < deadline:
-        value = probe()
-        if value:
-            return value
-        time.sleep(0.1)
-    return probe()
-
-
-def find(root, name, role=None):
-    def matches(node):
-        try:
-            return role in (None, node.getRole()) and node.name == name and \
-                not node.getState().contains(pyatspi.STATE_DEFUNCT)
-        except Exception:
-            return False
-    try:
-        return pyatspi.findDescendant(root, matches)
-    except Exception:
-        return None
 
 
 def find_where(root, predicate):
@@ -115,20 +85,6 @@ def type_text(text):
     for ch in text:
         pyatspi.Registry.generateKeyboardEvent(ord(ch), None, pyatspi.KEY_SYM)
     time.sleep(0.25)
-
-
-def screenshot(name):
-    if SHOTS:
-        os.makedirs(SHOTS, exist_ok=True)
-        subprocess.run(["import", "-window", "root", os.path.join(SHOTS, name)], check=False)
-
-
-def application():
-    desktop = pyatspi.Registry.getDesktop(0)
-    for app in desktop:
-        if app is not None and app.name in ("ambrel", "Ambrel"):
-            return app
-    return None
 
 
 # Root reads every folder; without the two capabilities that let it, "locked" stays shut.
