@@ -1,5 +1,7 @@
 #include "AmbrelModel/ScanSession.hpp"
 
+#include "AmbrelModel/OrderedStart.hpp"
+
 #include "AmbrelModel/Settings.hpp"
 #include "AmbrelModel/StoredSnapshot.hpp"
 #include "BrantleCore/CatchUp.hpp"
@@ -72,7 +74,7 @@ void ScanSession::waitForDone() {
 }
 
 void ScanSession::runInBackground(std::function<void()> work) {
-    backgroundPool_.start([work = std::move(work)] {
+    startOrdered(backgroundPool_, [work = std::move(work)] {
         lowerThisThread();
         work();
     });
@@ -105,7 +107,7 @@ void ScanSession::load(const ScanTarget& target, bool quiet) {
     const int session = begin(rootPath);
     shownSince_.reset();
     // The first ring waits for this decode, so it runs at the window's own priority.
-    windowPool_.start([this, target, rootPath, quiet, session, scanner = scanner_] {
+    startOrdered(windowPool_, [this, target, rootPath, quiet, session, scanner = scanner_] {
         auto loaded = StoredSnapshot::load(rootPath);
         if (!loaded) {
             if (!quiet) whenCurrent(session, [this, target] { emit scanNeeded(target); });

@@ -1,5 +1,7 @@
 #include "AmbrelModel/SearchResults.hpp"
 
+#include "AmbrelModel/OrderedStart.hpp"
+
 #include "BrantleCore/ByteFormat.hpp"
 
 #include <QCoreApplication>
@@ -100,7 +102,7 @@ void SearchResults::launch() {
         query.notModifiedSince =
             QDateTime::currentSecsSinceEpoch() - std::int64_t{notModifiedDays_} * secondsPerDay;
     running_ = true;
-    pool_.start([this, searcher = searcher_, query = std::move(query)] {
+    startOrdered(pool_, [this, searcher = searcher_, query = std::move(query)] {
         auto found = find(*searcher, query);
         QMetaObject::invokeMethod(
             this,
