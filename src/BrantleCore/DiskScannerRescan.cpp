@@ -74,21 +74,30 @@ std::size_t DiskScanner::rescan(FileTree& tree, std::vector<std::string> directo
 }
 
 void DiskScanner::settleHardLinks(FileTree& tree, const std::unordered_set<std::uint64_t>& added) {
-    const std::vector<bool> live = reachable(tree);
     const auto& flagBits = tree.columns().flagBits;
     const auto& inodes = tree.columns().inodes;
+    const auto isDuplicate = [](std::uint16_t bits) {
+        return (bits & NodeFlags::hardlinkDuplicate.rawValue) != 0;
+    };
+    if (added.empty() && std::none_of(flagBits.begin(), flagBits.end(), isDuplicate)) return;
+    const std::vector<bool> live = reachable(tree);
     constexpr std::uint16_t fileMask = NodeFlags::directory.rawValue | NodeFlags::dead.rawValue;
     // The files to decide: those added with several links and every name not counted now.
     std::unordered_set<std::uint64_t> open = added;
     for (NodeId id = 1; id < tree.count(); ++id) {
-        if (live[id] && (flagBits[id] & NodeFlags::hardlinkDuplicate.rawValue))
-            open.insert(inodes[id]);
+        if (live[id] && isDuplicate(flagBits[id])) open.insert(inodes[id]);
     }
     if (open.empty()) return;
+    // Few inodes are open: a bit per low inode bits spares nearly every file a hash lookup.
+    std::vector<bool> maybeOpen(std::size_t{1} << 16);
+    for (const std::uint64_t inode : open)
+        maybeOpen[inode & 0xFFFF] = true;
     std::unordered_map<std::uint64_t, NodeId> counted;
     std::vector<NodeId> uncounted;
     for (NodeId id = 1; id < tree.count(); ++id) {
-        if (!live[id] || (flagBits[id] & fileMask) != 0 || !open.contains(inodes[id])) continue;
+        if (!live[id] || (flagBits[id] & fileMask) != 0 || !maybeOpen[inodes[id] & 0xFFFF] ||
+            !open.contains(inodes[id]))
+            continue;
         const bool duplicate = (flagBits[id] & NodeFlags::hardlinkDuplicate.rawValue) != 0;
         if (!duplicate && counted.emplace(inodes[id], id).second) continue;
         tree.setSize(id, 0);

@@ -43,8 +43,30 @@ void writeColumns(Snapshot::Writer& out, const FileTree::Columns& c) {
     out.array<char>(c.names);
 }
 
+constexpr std::uint64_t bytesPerNode = 3 * sizeof(NodeId) + 3 * sizeof(std::uint64_t) +
+                                       2 * sizeof(std::uint16_t) + sizeof(std::uint32_t);
+
+/// Room to grow costs only address space (ColumnAllocator): a catch-up that adds nodes to a
+/// loaded tree then appends in place instead of copying every column for its first node.
+void reserveRoom(FileTree::Columns& c, std::uint64_t n, std::uint64_t nameBytes) {
+    const auto room = [](std::uint64_t count) {
+        return static_cast<std::size_t>(count + count / 16 + 4096);
+    };
+    c.parents.reserve(room(n));
+    c.firstChildren.reserve(room(n));
+    c.nextSiblings.reserve(room(n));
+    c.sizes.reserve(room(n));
+    c.mtimes.reserve(room(n));
+    c.inodes.reserve(room(n));
+    c.flagBits.reserve(room(n));
+    c.nameOffsets.reserve(room(n));
+    c.nameLengths.reserve(room(n));
+    c.names.reserve(room(nameBytes));
+}
+
 std::expected<void, SnapshotError> readColumns(Snapshot::Reader& in, FileTree::Columns& c,
                                                std::uint64_t n, std::uint64_t nameBytes) {
+    if (n * bytesPerNode + nameBytes <= in.remaining()) reserveRoom(c, n, nameBytes);
     // Each column only if every earlier one was whole.
     auto read = in.array(c.parents, n);
     if (read) read = in.array(c.firstChildren, n);
