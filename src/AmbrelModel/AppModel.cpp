@@ -394,8 +394,11 @@ void AppModel::relayout() {
     view_.relayout(wholeDisk ? volume_ : std::nullopt);
     // Every new tree is laid out; one opened from a file has no previous snapshot here, and a
     // scan's preview would only seem to have shrunk.
-    comparison_->show(readOnly() || phase_ == Phase::Scanning ? nullptr : view_.tree());
-    classifyKinds();
+    // Previews and live refreshes come every second or so: their kinds and changes are paced.
+    const auto pace =
+        phase_ == Phase::Scanning || refreshing_ ? JobPacer::Pace::spaced : JobPacer::Pace::soon;
+    comparison_->show(readOnly() || phase_ == Phase::Scanning ? nullptr : view_.tree(), pace);
+    classifyKinds(pace);
     if (colourByKind_ && kinds_)
         view_.colourByKind([this](brantle::NodeId node) {
             const auto found = kindsNode(node);

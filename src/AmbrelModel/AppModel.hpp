@@ -2,6 +2,7 @@
 
 #include "AmbrelModel/AdministratorScan.hpp"
 #include "AmbrelModel/CleanupList.hpp"
+#include "AmbrelModel/JobPacer.hpp"
 #include "AmbrelModel/Notice.hpp"
 #include "AmbrelModel/RemovalRun.hpp"
 #include "AmbrelModel/ScanComparison.hpp"
@@ -182,6 +183,8 @@ public:
 
     /// How often the shown tree is caught up while the window is shown.
     static constexpr std::chrono::seconds liveCatchUpInterval{60};
+    /// A scan's previews and live refreshes have their file kinds worked out at most this often.
+    static constexpr std::chrono::seconds kindsSpacing{2};
     /// While the window is shown, the tree follows the disk: the focused folder's subtree is
     /// watched and the whole tree caught up every `liveCatchUpInterval`.
     Q_INVOKABLE void setWindowShown(bool shown);
@@ -386,7 +389,8 @@ private:
     void serveSection();
     /// Works out the kinds of the tree shown in the background, unless they are known or
     /// under way; `kindsChanged` follows.
-    void classifyKinds();
+    void classifyKinds(JobPacer::Pace pace);
+    void startKinds();
     /// The node of the tree the kinds were worked out for that stands for `shown`: itself
     /// when they are the shown tree's, else the node at its path in the earlier tree.
     std::optional<brantle::NodeId> kindsNode(brantle::NodeId shown) const;
@@ -426,6 +430,8 @@ private:
     std::shared_ptr<const brantle::TreeKinds> kinds_;
     std::shared_ptr<const brantle::FileTree> kindsTree_;
     std::weak_ptr<const brantle::FileTree> kindsAsked_;
+    JobPacer* kindsPacer_ = nullptr; ///< a child
+    bool refreshing_ = false;        ///< installing a tree the live watch refreshed
     bool colourByKind_ = Settings::colourByKind();
 
     ViewState view_;

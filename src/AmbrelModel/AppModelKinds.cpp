@@ -38,16 +38,26 @@ std::optional<brantle::NodeId> AppModel::kindsNode(brantle::NodeId shown) const 
     return kindsTree_->node(tree->rawPath(shown));
 }
 
-void AppModel::classifyKinds() {
-    auto tree = view_.tree();
+void AppModel::classifyKinds(JobPacer::Pace pace) {
+    const auto& tree = view_.tree();
     if (!tree || kindsAsked_.lock() == tree) return;
+    if (!kindsPacer_)
+        kindsPacer_ = new JobPacer(
+            kindsSpacing, [this] { startKinds(); }, this);
+    kindsPacer_->request(pace);
+}
+
+void AppModel::startKinds() {
+    auto tree = view_.tree();
+    if (!tree || kindsAsked_.lock() == tree) return kindsPacer_->finished();
     kindsAsked_ = tree;
     session_.runInBackground([this, tree] {
         auto kinds = std::make_shared<const brantle::TreeKinds>(kindsOf(*tree));
         QMetaObject::invokeMethod(
             this,
             [this, tree, kinds = std::move(kinds)]() mutable {
-                // A newer tree's own kinds are under way.
+                kindsPacer_->finished();
+                // A newer tree's own kinds are asked for.
                 if (tree != view_.tree()) return;
                 kinds_ = std::move(kinds);
                 kindsTree_ = tree;

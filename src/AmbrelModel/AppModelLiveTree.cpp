@@ -64,7 +64,9 @@ void AppModel::installRefreshed(const std::shared_ptr<const brantle::FileTree>& 
     requireMainThread();
     // A tree changed meanwhile (a removal, another scan) is newer than the refresh's base.
     if (tree && followsDisk() && from == view_.tree() && target == target_) {
+        refreshing_ = true;
         showFinished(std::move(tree), target);
+        refreshing_ = false;
         // The suggestions shown stay as the user reads them (and duplicates are not hashed
         // again at every change); opening their pane again makes them afresh.
         if (watch_->started()) recordHistory();

@@ -65,24 +65,29 @@ struct ScanComparison::Outcome {
 };
 
 ScanComparison::ScanComparison(Runner runInBackground, QObject* parent)
-    : QObject(parent), runInBackground_(std::move(runInBackground)) {}
+    : QObject(parent), runInBackground_(std::move(runInBackground)),
+      pacer_(spacing, [this] { compare(); }) {}
 
-void ScanComparison::show(std::shared_ptr<const brantle::FileTree> tree) {
+void ScanComparison::show(std::shared_ptr<const brantle::FileTree> tree, JobPacer::Pace pace) {
     if (tree == shown_) return;
     const bool sameRoot = tree && shown_ && tree->rootPath() == shown_->rootPath();
     shown_ = std::move(tree);
     // Another target's changes must not stay on screen while this one's are worked out.
-    if (!sameRoot && available()) install({shown_, {}, {}, {}});
-    compare();
+    if (!sameRoot) {
+        ++request_; // what is under way is for another target
+        if (available()) install({shown_, {}, {}, {}});
+    }
+    if (shown_) pacer_.request(pace);
 }
 
 void ScanComparison::previousReplaced() {
-    compare();
+    ++request_;
+    if (shown_) pacer_.request();
 }
 
 void ScanComparison::compare() {
     const int request = ++request_;
-    if (!shown_) return;
+    if (!shown_) return pacer_.finished();
     runInBackground_([this, request, tree = shown_] {
         Outcome outcome{tree, {}, {}, {}};
         if (const auto previous = StoredSnapshot::loadPrevious(tree->rootPath())) {
@@ -98,6 +103,7 @@ void ScanComparison::compare() {
         QMetaObject::invokeMethod(
             this,
             [this, request, outcome = std::move(outcome)] {
+                pacer_.finished();
                 if (request == request_) install(outcome);
             },
             Qt::QueuedConnection);
@@ -119,14 +125,25 @@ void ScanComparison::setByGrowth(bool on) {
     emit byGrowthChanged();
 }
 
+std::optional<brantle::NodeId> ScanComparison::comparedNode(brantle::NodeId shown) const {
+    if (!shown_ || !compared_) return std::nullopt;
+    if (compared_ == shown_) return shown;
+    // A refreshed tree keeps the changes of the tree before it until its own are worked out.
+    if (shown >= shown_->count() || compared_->rootPath() != shown_->rootPath())
+        return std::nullopt;
+    return compared_->node(shown_->rawPath(shown));
+}
+
 brantle::NodeChange ScanComparison::state(brantle::NodeId node) const {
-    if (!current() || node >= columns_.states.size()) return brantle::NodeChange::unchanged;
-    return columns_.states[node];
+    const auto compared = comparedNode(node);
+    if (!compared || *compared >= columns_.states.size()) return brantle::NodeChange::unchanged;
+    return columns_.states[*compared];
 }
 
 std::int64_t ScanComparison::delta(brantle::NodeId node) const {
-    if (!current() || node >= columns_.deltas.size()) return 0;
-    return columns_.deltas[node];
+    const auto compared = comparedNode(node);
+    if (!compared || *compared >= columns_.deltas.size()) return 0;
+    return columns_.deltas[*compared];
 }
 
 QString ScanComparison::changeText(int node) const {
