@@ -111,3 +111,25 @@ TEST(ScanComparison, ShowsEachChangeSinceThePreviousScan) {
     EXPECT_EQ(listed[path("grows.bin")],
               comparison.changeText(static_cast<int>(node("grows.bin"))));
 }
+
+TEST(ScanComparison, ARefreshedTreeKeepsTheLastChangesByPathUntilItsOwnArrive) {
+    TempFolder root;
+    ambrel::StoredSnapshot::save(treeOf(root.path(), 1'000), 7);
+    ambrel::StoredSnapshot::save(treeOf(root.path(), 2'000), 8);
+    ambrel::ScanComparison comparison([](const std::function<void()>& work) { work(); });
+    const auto compared = std::make_shared<const brantle::FileTree>(treeOf(root.path(), 3'000));
+    comparison.show(compared);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(comparison.state(1), NodeChange::grown);
+
+    // The refresh has its file first: node ids differ, the path does not.
+    brantle::FileTree refreshed(root.path());
+    refreshed.append(brantle::FileTree::root, "other", 10, 0, 2, {});
+    const auto file = refreshed.append(brantle::FileTree::root, "file", 3'000, 0, 1, {});
+    comparison.show(std::make_shared<const brantle::FileTree>(std::move(refreshed)),
+                    ambrel::JobPacer::Pace::spaced);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(comparison.state(file), NodeChange::grown);
+    EXPECT_EQ(comparison.delta(file), grewBy(1'000, 3'000)); // the generation before the stored one
+    EXPECT_EQ(comparison.state(1), NodeChange::unchanged) << "\"other\" is not in the last one";
+}
