@@ -8,12 +8,10 @@ item's icon and tooltip over D-Bus, clicks it, and drives the panel over AT-SPI.
     xvfb-run -a dbus-run-session -- tray_watch.py AMBREL [SCREENSHOT_DIR]
 """
 import os
-import struct
 import subprocess
 import sys
 import tempfile
 import time
-import zlib
 
 WATCHER_XML = """<node><interface name="org.kde.StatusNotifierWatcher">
   <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
@@ -140,17 +138,11 @@ def drawn_fullness(width, height, argb):
 
 
 def write_png(path, width, height, argb):
-    rows = b"".join(b"\0" + bytes(v for i in range(row * width, (row + 1) * width)
-                                  for v in (argb[4 * i + 1], argb[4 * i + 2], argb[4 * i + 3],
-                                            argb[4 * i]))
-                    for row in range(height))
-
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + \
-            struct.pack(">I", zlib.crc32(kind + data) & 0xffffffff)
-    with open(path, "wb") as f:
-        f.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0))
-                + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
+    # The icon comes as ARGB in network order; ImageMagick reads it as RGBA once rotated.
+    rgba = bytearray(len(argb))
+    rgba[0::4], rgba[1::4], rgba[2::4], rgba[3::4] = argb[1::4], argb[2::4], argb[3::4], argb[0::4]
+    subprocess.run(["convert", "-size", f"{width}x{height}", "-depth", "8", "rgba:-", path],
+                   input=bytes(rgba), check=False)
 
 
 def main():
