@@ -30,18 +30,21 @@ void FileTree::outOfRange(NodeId id) const {
           std::to_string(count()) + ")");
 }
 
+void FileTree::Columns::reserve(std::size_t nodes, std::size_t nameBytes) {
+    parents.reserve(nodes);
+    firstChildren.reserve(nodes);
+    nextSiblings.reserve(nodes);
+    sizes.reserve(nodes);
+    mtimes.reserve(nodes);
+    inodes.reserve(nodes);
+    flagBits.reserve(nodes);
+    nameOffsets.reserve(nodes);
+    nameLengths.reserve(nodes);
+    names.reserve(nameBytes);
+}
+
 void FileTree::reserve(std::size_t n) {
-    auto& c = columns_;
-    c.parents.reserve(n);
-    c.firstChildren.reserve(n);
-    c.nextSiblings.reserve(n);
-    c.sizes.reserve(n);
-    c.mtimes.reserve(n);
-    c.inodes.reserve(n);
-    c.flagBits.reserve(n);
-    c.nameOffsets.reserve(n);
-    c.nameLengths.reserve(n);
-    c.names.reserve(n * expectedNameBytes);
+    columns_.reserve(n, n * expectedNameBytes);
 }
 
 NodeId FileTree::pushNode(NodeId parent, std::string_view name, std::uint64_t size,

@@ -38,6 +38,8 @@ public:
         Column<std::uint32_t> nameOffsets;
         Column<std::uint16_t> nameLengths;
         Column<char> names;
+
+        void reserve(std::size_t nodes, std::size_t nameBytes);
     };
 
     struct EmptyTag {};

@@ -52,16 +52,7 @@ void reserveRoom(FileTree::Columns& c, std::uint64_t n, std::uint64_t nameBytes)
     const auto room = [](std::uint64_t count) {
         return static_cast<std::size_t>(count + count / 16 + 4096);
     };
-    c.parents.reserve(room(n));
-    c.firstChildren.reserve(room(n));
-    c.nextSiblings.reserve(room(n));
-    c.sizes.reserve(room(n));
-    c.mtimes.reserve(room(n));
-    c.inodes.reserve(room(n));
-    c.flagBits.reserve(room(n));
-    c.nameOffsets.reserve(room(n));
-    c.nameLengths.reserve(room(n));
-    c.names.reserve(room(nameBytes));
+    c.reserve(room(n), room(nameBytes));
 }
 
 std::expected<void, SnapshotError> readColumns(Snapshot::Reader& in, FileTree::Columns& c,
