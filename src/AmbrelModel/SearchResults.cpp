@@ -8,6 +8,8 @@
 #include <QDateTime>
 #include <QLocale>
 
+#include <algorithm>
+
 namespace ambrel {
 
 namespace {
@@ -84,6 +86,18 @@ int SearchResults::folderToShow(int row) const {
 int SearchResults::nodeAt(int row) const {
     if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return -1;
     return static_cast<int>(rows_[static_cast<std::size_t>(row)].node);
+}
+
+QString SearchResults::pathAt(int row) const {
+    if (row < 0 || static_cast<std::size_t>(row) >= rows_.size()) return {};
+    return rows_[static_cast<std::size_t>(row)].path;
+}
+
+int SearchResults::rowNear(const QString& path, int formerRow) const {
+    if (rows_.empty()) return -1;
+    const auto found = std::ranges::find(rows_, path, &Row::path);
+    if (found != rows_.end()) return static_cast<int>(found - rows_.begin());
+    return std::clamp(formerRow, 0, static_cast<int>(rows_.size()) - 1);
 }
 
 void SearchResults::requery() {

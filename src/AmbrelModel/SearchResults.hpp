@@ -65,6 +65,11 @@ public:
     Q_INVOKABLE int folderToShow(int row) const;
     /// The node of a row, or −1.
     Q_INVOKABLE int nodeAt(int row) const;
+    /// The path of a row, or empty.
+    Q_INVOKABLE QString pathAt(int row) const;
+    /// Where the keyboard goes back to when the rows change: the row of `path`, or, when it has
+    /// gone (removed, say), the row now at `formerRow`; −1 without rows.
+    Q_INVOKABLE int rowNear(const QString& path, int formerRow) const;
     /// Waits for the running search and installs its rows; for tests.
     void waitForResults();
 

@@ -293,8 +293,10 @@ def search(home):
     target = os.path.join(home, "target")
     make_tree(target)
     os.makedirs(os.path.join(target, "docs"))
-    with open(os.path.join(target, "docs", "Quarterly Report.pdf"), "wb") as f:
-        f.write(os.urandom(200_000))
+    for name, size in (("Quarterly Report.pdf", 200_000), ("report-b.txt", 120_000),
+                       ("report-a.txt", 60_000)):
+        with open(os.path.join(target, "docs", name), "wb") as f:
+            f.write(os.urandom(size))
     with running(home, target) as app:
         if app is None:
             return
@@ -311,7 +313,7 @@ def search(home):
         row = wait_for(lambda: results and find(results, "Quarterly Report.pdf",
                                                 pyatspi.ROLE_LIST_ITEM), 5)
         check(row is not None, "typing a name lists the matching item by its name")
-        check(find(app, "1 item") is not None, "the search says how many items match")
+        check(find(app, "3 items") is not None, "the search says how many items match")
         screenshot("window-search.png")
         # Tab walks from the field through both filters to the results.
         for name in ("Larger than Any size", "Not modified for Any time"):
@@ -338,6 +340,20 @@ def search(home):
         if button is not None:
             act(button, "Press")
         check(wait_for(lambda: showing(field), 5), "the toolbar's \"Search\" opens it again")
+        # The keyboard keeps its item when the tree changes under the results.
+        results = find(app, "Search results", pyatspi.ROLE_LIST)
+        for _ in range(3):
+            key("Down")
+        held = wait_for(lambda: next((r for r in results if focused(r)), None), 3)
+        check(held is not None and held.name == "report-a.txt",
+              "Down walks the results to the smallest report")
+        os.remove(os.path.join(target, "docs", "report-b.txt"))
+        check(wait_for(lambda: find(results, "report-b.txt", pyatspi.ROLE_LIST_ITEM) is None
+                       and find(results, "report-a.txt", pyatspi.ROLE_LIST_ITEM), 10),
+              "a report removed outside the app leaves the results")
+        held = wait_for(lambda: next((r for r in results if focused(r)), None), 3)
+        check(held is not None and held.name == "report-a.txt",
+              "the keyboard stays on its report when another leaves the results")
         key("Escape")
         check(wait_for(lambda: not showing(field), 5), "Escape closes it")
 

@@ -134,6 +134,28 @@ Popup {
             Accessible.role: Accessible.List
             Accessible.name: "Search results"
 
+            // The keyboard keeps its row when the tree changes under the results (an item
+            // removed, a folder caught up): the same item, or the one now in its place.
+            property string heldPath: ""
+            property int heldRow: -1
+            property bool resetting: false
+            onCurrentIndexChanged: {
+                if (resetting || currentIndex < 0)
+                    return
+                heldPath = search.results.pathAt(currentIndex)
+                heldRow = currentIndex
+            }
+            Connections {
+                target: search.results
+                function onModelAboutToBeReset() { rows.resetting = true }
+                function onQueryChanged() { rows.heldRow = -1 }
+                function onResultsChanged() {
+                    rows.resetting = false
+                    if (rows.count > 0 && rows.heldRow >= 0)
+                        rows.currentIndex = search.results.rowNear(rows.heldPath, rows.heldRow)
+                }
+            }
+
             Keys.onReturnPressed: search.revealRow(rows.currentIndex)
             Keys.onEnterPressed: search.revealRow(rows.currentIndex)
             Keys.onSpacePressed: {
