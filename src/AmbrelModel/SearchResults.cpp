@@ -31,6 +31,7 @@ void SearchResults::setTree(std::shared_ptr<const brantle::FileTree> tree) {
     if ((searcher_ ? searcher_->tree : nullptr) == tree) return;
     // Rows name nodes by id: another tree's ids must not reach the menus.
     searcher_ = tree ? std::make_shared<Searcher>(std::move(tree)) : nullptr;
+    emit rowsAboutToChange();
     beginResetModel();
     rows_.clear();
     matchCount_ = 0;
@@ -148,6 +149,7 @@ SearchResults::Found SearchResults::find(Searcher& searcher, const brantle::Sear
 void SearchResults::install(const std::shared_ptr<Searcher>& searcher, Found found) {
     // The rows of a tree no longer shown are dropped; the new tree's search follows.
     if (searcher != searcher_) return;
+    emit rowsAboutToChange();
     beginResetModel();
     rows_ = std::move(found.rows);
     matchCount_ = found.matchCount;

@@ -79,6 +79,8 @@ public:
 
 signals:
     void queryChanged();
+    /// The rows are about to be replaced (then `resultsChanged`).
+    void rowsAboutToChange();
     void resultsChanged();
 
 private:

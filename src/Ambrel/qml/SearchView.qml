@@ -145,15 +145,15 @@ Popup {
                 heldPath = search.results.pathAt(currentIndex)
                 heldRow = currentIndex
             }
-            Connections {
-                target: search.results
-                function onModelAboutToBeReset() { rows.resetting = true }
-                function onQueryChanged() { rows.heldRow = -1 }
-                function onResultsChanged() {
-                    rows.resetting = false
-                    if (rows.count > 0 && rows.heldRow >= 0)
-                        rows.currentIndex = search.results.rowNear(rows.heldPath, rows.heldRow)
-                }
+            function restoreHeldRow() {
+                resetting = false
+                if (count > 0 && heldRow >= 0)
+                    currentIndex = search.results.rowNear(heldPath, heldRow)
+            }
+            Component.onCompleted: {
+                search.results.rowsAboutToChange.connect(() => rows.resetting = true)
+                search.results.queryChanged.connect(() => rows.heldRow = -1)
+                search.results.resultsChanged.connect(rows.restoreHeldRow)
             }
 
             Keys.onReturnPressed: search.revealRow(rows.currentIndex)
