@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -90,6 +91,15 @@ private:
 inline void writeFile(const std::string& path, const std::string& text = "x") {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path) << text;
+}
+
+// The names in a folder (none when it cannot be listed).
+inline std::set<std::string> namesIn(const std::string& folder) {
+    std::set<std::string> names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+        names.insert(entry.path().filename().string());
+    return names;
 }
 
 // Sets an environment variable for the scope, restoring the old value afterwards.
