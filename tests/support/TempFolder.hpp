@@ -138,6 +138,7 @@ struct TempHome {
     TempFolder root;
     ScopedEnv home{"HOME", root / "home"};
     ScopedEnv data{"XDG_DATA_HOME", root / "home/.local/share"};
+    ScopedEnv cache{"XDG_CACHE_HOME", root / "home/.cache"};
     std::filesystem::path previousWorkingFolder = std::filesystem::current_path();
     std::string trash = root / "home/.local/share/Trash";
 
