@@ -12,14 +12,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::pair<std::string, int> run(const std::string& args) {
-    int status = -1;
-    auto out = brantleOutput(args + " 2>/dev/null", &status);
-    return {std::move(out), status};
-}
-
 QJsonObject json(const std::string& args) {
-    return QJsonDocument::fromJson(QByteArray::fromStdString(run(args).first)).object();
+    return QJsonDocument::fromJson(QByteArray::fromStdString(brantleRun(args).first)).object();
 }
 
 } // namespace
@@ -31,8 +25,9 @@ TEST(RemovalCommands, TrashMovesWhatTheGuardAllowsAndSaysWhyNotForTheRest) {
     writeFile(root / "home/.ssh/id", "key");
     fs::create_directory_symlink(root / "home", root / "work/hl");
 
-    const auto [out, status] = run("trash " + root / "work/a.txt" + " " + root / "work/hl/.ssh " +
-                                   root / "home/.ssh " + root / "work/missing");
+    const auto [out, status] =
+        brantleRun("trash " + root / "work/a.txt" + " " + root / "work/hl/.ssh " +
+                   root / "home/.ssh " + root / "work/missing");
 
     EXPECT_EQ(status, 1);
     EXPECT_EQ(out, "moved: " + root / "work/a.txt" +
@@ -72,13 +67,13 @@ TEST(RemovalCommands, EraseReturnsOnceEverythingIsDeleted) {
                                                 ": Standard folder in your home")});
     EXPECT_FALSE(fs::exists(root / "work/build"));
     EXPECT_TRUE(fs::is_empty(root / "home/.cache/Ambrel/Erasing"));
-    EXPECT_EQ(run("erase " + root / "work").first, "deleted: " + root / "work" + "\n");
+    EXPECT_EQ(brantleRun("erase " + root / "work").first, "deleted: " + root / "work" + "\n");
 }
 
 TEST(RemovalCommands, UsageErrors) {
     TempHome home;
     for (const auto* args : {"trash", "erase", "erase --bogus /x", "trash --ledger /x",
                              "erase --ledger", "trash --json"})
-        EXPECT_EQ(run(args).second, 2) << args;
-    EXPECT_EQ(run("erase " + home.root / "none").second, 1);
+        EXPECT_EQ(brantleRun(args).second, 2) << args;
+    EXPECT_EQ(brantleRun("erase " + home.root / "none").second, 1);
 }
