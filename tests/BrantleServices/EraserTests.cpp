@@ -18,14 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<std::string> entriesOf(const std::string& folder) {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(folder, error))
-        names.push_back(entry.path().filename().string());
-    return names;
-}
-
 void makeTree(const std::string& root, int folders, int filesPerFolder) {
     for (int d = 0; d < folders; ++d) {
         const auto folder = root + "/d" + std::to_string(d);
@@ -87,10 +79,10 @@ TEST(Eraser, TakesItemsAtOnceAndDeletesThemInTheBackground) {
     EXPECT_FALSE(fs::exists(root / "work/file.txt"));
 
     eraser.waitUntilIdle();
-    EXPECT_TRUE(entriesOf(eraser.staging()).empty());
+    EXPECT_TRUE(namesIn(eraser.staging()).empty());
     EXPECT_TRUE(fs::exists(root / "work/target.txt"));
-    EXPECT_EQ(entriesOf(root / "kept/d0").size(), 2u);
-    EXPECT_EQ(entriesOf(root / "work"), std::vector<std::string>{"target.txt"});
+    EXPECT_EQ(namesIn(root / "kept/d0").size(), 2u);
+    EXPECT_EQ(namesIn(root / "work"), std::set<std::string>{"target.txt"});
 }
 
 TEST(Eraser, ItemOnAnotherVolumeIsDeletedWhereItStands) {
@@ -107,7 +99,7 @@ TEST(Eraser, ItemOnAnotherVolumeIsDeletedWhereItStands) {
     eraser.waitUntilIdle();
     EXPECT_FALSE(fs::exists(volume.path() + "/big"));
     EXPECT_TRUE(fs::exists(volume.path()));
-    EXPECT_TRUE(entriesOf(eraser.staging()).empty());
+    EXPECT_TRUE(namesIn(eraser.staging()).empty());
 }
 
 TEST(Eraser, RemovalReachesBelowPathMaxButNotIntoOtherVolumes) {
@@ -152,7 +144,7 @@ TEST(Eraser, LeftoversStayStagedUnderDistinctNamesUntilResumed) {
             const std::regex stagedName(
                 "[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}-(node_modules|deep)");
             std::set<std::string> modules;
-            for (const auto& name : entriesOf(root / "Erasing")) {
+            for (const auto& name : namesIn(root / "Erasing")) {
                 const auto staged = root / "Erasing/" + name;
                 if (!std::regex_match(name, stagedName)) return 2;
                 if (name.ends_with("-deep")) {
@@ -168,7 +160,7 @@ TEST(Eraser, LeftoversStayStagedUnderDistinctNamesUntilResumed) {
             if (modules.size() != 2) return 6;
             eraser.resumePending();
             eraser.waitUntilIdle();
-            return entriesOf(root / "Erasing").empty() ? 0 : 7;
+            return namesIn(root / "Erasing").empty() ? 0 : 7;
         },
         true);
     EXPECT_EQ(status, 0);
@@ -205,14 +197,14 @@ TEST(Eraser, ResumesWhatAKilledProcessLeftStaged) {
 
     EXPECT_EQ(killed, 128 + SIGKILL);
     EXPECT_FALSE(fs::exists(root / "project/build"));
-    ASSERT_EQ(entriesOf(staging).size(), 1u);
+    ASSERT_EQ(namesIn(staging).size(), 1u);
     const int resumed = inChild([&] {
         Eraser eraser(staging);
         eraser.resumePending();
         eraser.waitUntilIdle();
-        return entriesOf(staging).empty() ? 0 : 1;
+        return namesIn(staging).empty() ? 0 : 1;
     });
     EXPECT_EQ(resumed, 0);
-    EXPECT_TRUE(entriesOf(staging).empty());
+    EXPECT_TRUE(namesIn(staging).empty());
     EXPECT_TRUE(fs::exists(root / "project"));
 }

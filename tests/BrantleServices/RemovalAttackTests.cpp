@@ -1,11 +1,11 @@
 // Paths built to turn the eraser and the recycler against the user, each tried on both for
 // real: the protected target must stay intact, and the item fails with its reason.
 #include "BrantleServices/AnchoredItem.hpp"
-#include "BrantleServices/DeletionGuard.hpp"
 #include "BrantleServices/Eraser.hpp"
 #include "BrantleServices/Recycler.hpp"
 
 #include "support/ChildProcess.hpp"
+#include "support/GuardForTests.hpp"
 #include "support/TempFolder.hpp"
 
 #include <gtest/gtest.h>
@@ -52,15 +52,6 @@ bool bindMount(const std::string& from, const std::string& to) {
     return ::mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr) == 0;
 }
 
-// The guard the application makes, for this home, without the mount table, so that the
-// eraser and the recycler get to face the mount points themselves.
-DeletionGuard guardFor(const std::string& home) {
-    auto profile = PlatformProfile::linux();
-    profile.isMountPoint = nullptr;
-    return DeletionGuard(home, "/nonexistent/app", nullptr,
-                         std::make_shared<const PlatformProfile>(std::move(profile)));
-}
-
 std::string failureOf(const GuardedRemoval& removal, bool erase, const std::string& root) {
     if (erase) {
         Eraser eraser(root + "/cache/Erasing");
@@ -82,7 +73,7 @@ std::string attempt(const Attack& attack, bool erase, const TempFolder& root) {
             const auto target = attack.setUp(root.path());
             ScopedEnv home("HOME", target.home);
             ScopedEnv data("XDG_DATA_HOME", root / "data");
-            const auto verdict = guardFor(target.home).check(target.path);
+            const auto verdict = linuxGuard(target.home).check(target.path);
             const std::string reason = verdict.removal()
                                            ? failureOf(*verdict.removal(), erase, root.path())
                                            : std::string(verdict.reason());

@@ -50,13 +50,6 @@ double localDate(int year, int month, int day, int hour, int minute) {
     return static_cast<double>(std::mktime(&tm));
 }
 
-std::set<std::string> filesIn(const fs::path& folder) {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.insert(entry.path().filename().string());
-    return names;
-}
-
 TideSummary summaryAt(double date, std::uint64_t used = 0) {
     return TideSummary{date, 500 * GB, used, 0, {{"/home/u", used}}};
 }
@@ -110,11 +103,8 @@ TEST(TideSummary, MakeListsLargeFoldersDownToTheDepth) {
               (std::map<std::string, std::uint64_t>{{"/", 10}, {"/usr", 10}}));
 }
 
-TEST(TideSummary, JsonLayoutAndDecoding) {
+TEST(TideSummary, JsonRoundTripAndForeignDecoding) {
     const TideSummary summary{1700000000.5, 100, 50, 0, {{"/a", 10'000'000}}};
-    EXPECT_EQ(summary.toJson().toStdString(),
-              R"({"date":1700000000.5,"folders":{"/a":10000000},"purgeable":0,)"
-              R"("volumeTotal":100,"volumeUsed":50})");
     EXPECT_EQ(TideSummary::fromJson(summary.toJson()), summary);
 
     const TideSummary extreme{-12.25,
@@ -157,17 +147,16 @@ TEST(TideHistory, DailyFilesFollowTheLocalTimeZone) {
     const double pastMidnight = localDate(2026, 1, 2, 0, 30);
     ASSERT_TRUE(history.save(summaryAt(lateEvening, 1)));
     ASSERT_TRUE(history.save(summaryAt(pastMidnight, 2)));
-    EXPECT_EQ(filesIn(temp.path()), (std::set<std::string>{"2026-01-01.json", "2026-01-02.json"}));
+    EXPECT_EQ(namesIn(temp.path()), (std::set<std::string>{"2026-01-01.json", "2026-01-02.json"}));
 
     // A second save of the day replaces the first.
     ASSERT_TRUE(history.save(summaryAt(localDate(2026, 1, 2, 18, 0), 3)));
-    EXPECT_EQ(filesIn(temp.path()).size(), 2u);
+    EXPECT_EQ(namesIn(temp.path()).size(), 2u);
     const auto loaded = history.load();
     ASSERT_EQ(loaded.size(), 2u);
     EXPECT_EQ(loaded[0], summaryAt(lateEvening, 1));
     EXPECT_EQ(loaded[1], summaryAt(localDate(2026, 1, 2, 18, 0), 3));
 
-    EXPECT_EQ(TideHistory::fileName(localDate(999, 3, 4, 12, 0)), "0999-03-04.json");
     EXPECT_FALSE(TideHistory::fileName(1e300));
 }
 
@@ -226,10 +215,10 @@ TEST(TideHistory, PruneKeepsAMonthDailyAndAYearWeekly) {
     expected.insert("2020-01-01.json");
 
     history.prune(now);
-    EXPECT_EQ(filesIn(temp.path()), expected);
+    EXPECT_EQ(namesIn(temp.path()), expected);
 
     history.prune(now);
-    EXPECT_EQ(filesIn(temp.path()), expected);
+    EXPECT_EQ(namesIn(temp.path()), expected);
 }
 
 TEST(TideHistory, GrowthNamesTheFolderThatReallyGrew) {

@@ -1,5 +1,7 @@
 #include "BrantleServices/VolumeInfo.hpp"
 
+#include "support/CommandOutput.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -31,14 +33,10 @@ TEST(VolumeInfo, DerivedFiguresNeverWrap) {
 
 TEST(VolumeInfo, MatchesDfForARealFolder) {
     const std::string folder = std::filesystem::current_path().string();
-    const std::string command = "df -B1 --output=size,avail '" + folder + "' | tail -n 1";
-    FILE* pipe = popen(command.c_str(), "r");
-    ASSERT_NE(pipe, nullptr);
+    const std::string df = commandOutput("df -B1 --output=size,avail '" + folder + "' | tail -n 1");
     unsigned long long size = 0;
     unsigned long long avail = 0;
-    const int fields = std::fscanf(pipe, "%llu %llu", &size, &avail);
-    pclose(pipe);
-    ASSERT_EQ(fields, 2);
+    ASSERT_EQ(std::sscanf(df.c_str(), "%llu %llu", &size, &avail), 2) << df;
 
     const auto volume = VolumeInfo::containing(folder);
     ASSERT_TRUE(volume);

@@ -185,24 +185,6 @@ TEST(RunningApps, NamesThisProgramsExecutable) {
     EXPECT_TRUE(RunningApps::bundleIDs().contains(self));
 }
 
-TEST(ShorelineContext, ChildrenAndAges) {
-    TestHome home;
-    home.file("Downloads/a", 4096);
-    home.file("Downloads/b", 4096);
-    home.age("Downloads/a", 3);
-    home.scan();
-    const shoreline::ShorelineContext context(
-        home.tree(), home.home() + "/",
-        brantle::DeletionGuard(home.home(), "/nonexistent/app", nullptr, profileOf(System::linux)));
-    EXPECT_EQ(context.children("Downloads").size(), 2u);
-    EXPECT_TRUE(context.children("Nowhere").empty());
-    EXPECT_TRUE(context.children("").empty());
-    EXPECT_EQ(context.ageInDays(*context.node("Downloads/a")), 3);
-    EXPECT_EQ(context.ageInDays(*context.node("Downloads/b")), 0);
-    EXPECT_EQ(context.daysSince(context.now + 86'399), 0); // truncated toward zero
-    EXPECT_EQ(context.daysSince(context.now + 2 * 86'400), -2);
-}
-
 } // namespace
 
 // Two installers whose raw names repair to the same text: each finding judges, sizes and

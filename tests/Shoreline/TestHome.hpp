@@ -50,7 +50,6 @@ public:
     std::string operator/(std::string_view relative) const {
         return home_ + "/" + std::string(relative);
     }
-    const shoreline::SuggestionFolders& folders() const { return folders_; }
 
     /// The blocks that the folder at `relative` and the folders inside it own themselves,
     /// which count in its size beside the files.
@@ -89,7 +88,9 @@ public:
     /// Sets modification and access time to `days` whole days before now (plus a minute).
     void age(std::string_view relative, std::int64_t days) const {
         const std::int64_t when = secondsNow() - days * day - 60;
-        setTimes(relative, when, when);
+        const timespec times[2] = {{when, 0}, {when, 0}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, (*this / relative).c_str(), times, AT_SYMLINK_NOFOLLOW), 0)
+            << relative;
     }
     /// Ages a folder and everything inside it, contents first.
     void ageAll(std::string_view relative, std::int64_t days) const {
@@ -97,24 +98,10 @@ public:
             age(this->relative(entry.path().string()), days);
         age(relative, days);
     }
-    /// Sets the access time alone to `days` days before now.
-    void opened(std::string_view relative, std::int64_t days) const {
-        struct stat info {};
-        ASSERT_EQ(::stat((*this / relative).c_str(), &info), 0);
-        setTimes(relative, secondsNow() - days * day - 60, info.st_mtim.tv_sec);
-    }
-
-    /// Scans the home folder.
-    void scan() {
-        brantle::DiskScanner scanner(brantle::ScanOptions{}, 1);
-        tree_.emplace(scanner.scan(home_));
-    }
-    const brantle::FileTree& tree() const { return *tree_; }
-
-    /// A fresh context over the last scan, with the guard of this profile and no last-used
-    /// dates; scans first if needed.
+    /// A fresh context over the home folder, scanned the first time, with the guard of this
+    /// profile and no last-used dates.
     shoreline::ShorelineContext context() {
-        if (!tree_) scan();
+        if (!tree_) tree_.emplace(brantle::DiskScanner(brantle::ScanOptions{}, 1).scan(home_));
         shoreline::ShorelineContext context(
             *tree_, home_, brantle::DeletionGuard(home_, "/nonexistent/app", nullptr, profile_),
             profile_);
@@ -138,13 +125,6 @@ public:
                 {relative(context.tree.path(candidate.node)), candidate.safety, candidate.reason});
         return out;
     }
-    std::vector<std::string> proposedPaths(const shoreline::Rule& rule,
-                                           const shoreline::ShorelineContext& context) const {
-        std::vector<std::string> out;
-        for (const auto& proposal : proposals(rule, context))
-            out.push_back(proposal.path);
-        return out;
-    }
     std::string relative(const std::string& path) const {
         return path.starts_with(home_ + "/") ? path.substr(home_.size() + 1) : path;
     }
@@ -156,11 +136,6 @@ private:
         const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         if (fd < 0) ADD_FAILURE() << "cannot create " << path;
         return fd;
-    }
-    void setTimes(std::string_view relative, std::int64_t accessed, std::int64_t modified) const {
-        const timespec times[2] = {{accessed, 0}, {modified, 0}};
-        ASSERT_EQ(::utimensat(AT_FDCWD, (*this / relative).c_str(), times, AT_SYMLINK_NOFOLLOW), 0)
-            << relative;
     }
 
     TempFolder tmp_;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 #include <sys/wait.h>
+#include <utility>
 
 // A path as one shell word (paths with single quotes are not expected in tests).
 inline std::string quoted(const std::string& path) {
@@ -27,6 +28,13 @@ inline std::string commandOutput(const std::string& command, int* status = nullp
 // Runs the built brantle tool with `arguments` (a shell fragment) and returns its standard output.
 inline std::string brantleOutput(const std::string& arguments, int* status = nullptr) {
     return commandOutput(std::string(AMBREL_BRANTLE) + " " + arguments, status);
+}
+
+// brantle's standard output and exit status, its standard error dropped.
+inline std::pair<std::string, int> brantleRun(const std::string& arguments) {
+    int status = -1;
+    std::string out = brantleOutput(arguments + " 2>/dev/null", &status);
+    return {std::move(out), status};
 }
 #endif
 

@@ -5,14 +5,19 @@
 #include <stdexcept>
 #include <vector>
 
-// The Linux guard with no mount points and no running applications, for handing temporary
-// items to the recycler and the eraser.
-inline brantle::GuardedRemoval allowed(const std::string& path) {
+// The Linux guard for this home with no mount points and no running applications, so that the
+// recycler and the eraser face mount points themselves.
+inline brantle::DeletionGuard linuxGuard(const std::string& home = "/nonexistent/home") {
     auto profile = brantle::PlatformProfile::linux();
     profile.isMountPoint = nullptr;
-    const brantle::DeletionGuard guard("/nonexistent/home", "/nonexistent/app", nullptr,
-                                       std::make_shared<const brantle::PlatformProfile>(profile));
-    const auto verdict = guard.check(path);
+    return brantle::DeletionGuard(
+        home, "/nonexistent/app", nullptr,
+        std::make_shared<const brantle::PlatformProfile>(std::move(profile)));
+}
+
+// A temporary item handed to the recycler or the eraser.
+inline brantle::GuardedRemoval allowed(const std::string& path) {
+    const auto verdict = linuxGuard().check(path);
     if (!verdict.isAllowed()) throw std::runtime_error("blocked: " + path);
     return *verdict.removal();
 }

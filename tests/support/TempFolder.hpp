@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -92,6 +93,15 @@ inline void writeFile(const std::string& path, const std::string& text = "x") {
     std::ofstream(path) << text;
 }
 
+// The names in a folder (none when it cannot be listed).
+inline std::set<std::string> namesIn(const std::string& folder) {
+    std::set<std::string> names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
 // Sets an environment variable for the scope, restoring the old value afterwards.
 class ScopedEnv {
 public:
@@ -128,6 +138,7 @@ struct TempHome {
     TempFolder root;
     ScopedEnv home{"HOME", root / "home"};
     ScopedEnv data{"XDG_DATA_HOME", root / "home/.local/share"};
+    ScopedEnv cache{"XDG_CACHE_HOME", root / "home/.cache"};
     std::filesystem::path previousWorkingFolder = std::filesystem::current_path();
     std::string trash = root / "home/.local/share/Trash";
 
