@@ -53,6 +53,16 @@ public:
 
 } // namespace
 
+double DiscMaterial::edgeRadius(const Look& look) {
+    return look.centerRadius * 0.94;
+}
+
+double DiscMaterial::plainRadius(const Look& look) {
+    // The band is 8.5 % of the edge radius wide and 3.5 % in from the edge; its soft inner
+    // side starts 1.2 pixels further in.
+    return edgeRadius(look) * (1 - 0.085 - 0.035) - 1.2 / look.pxPerUnit;
+}
+
 DiscMaterial::DiscMaterial() {
     setFlag(Blending);
 }

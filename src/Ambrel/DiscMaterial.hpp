@@ -16,6 +16,12 @@ public:
         bool operator==(const Look&) const = default;
     };
 
+    /// Inside this radius (ring units) the disc is plainly its colour: the band, the arc and
+    /// the soft edge all lie outside it. The proportions are those of disc.frag.
+    static double plainRadius(const Look& look);
+    /// Where the disc's soft edge has faded out.
+    static double edgeRadius(const Look& look);
+
     DiscMaterial();
     QSGMaterialType* type() const override;
     QSGMaterialShader* createShader(QSGRendererInterface::RenderMode mode) const override;

@@ -28,19 +28,13 @@ namespace {
 
 constexpr float centerRadius = 0.3f;
 
-// The disc quad carries both its place in the item and its place in ring units.
-struct DiscVertex {
-    float x, y;
-    float ringX, ringY;
-};
-
 const QSGGeometry::AttributeSet& discAttributes() {
     static const QSGGeometry::Attribute attributes[] = {
         QSGGeometry::Attribute::createWithAttributeType(0, 2, QSGGeometry::FloatType,
                                                         QSGGeometry::PositionAttribute),
         QSGGeometry::Attribute::createWithAttributeType(1, 2, QSGGeometry::FloatType,
                                                         QSGGeometry::TexCoordAttribute)};
-    static const QSGGeometry::AttributeSet set = {2, sizeof(DiscVertex), attributes};
+    static const QSGGeometry::AttributeSet set = {2, sizeof(ringkit::DiscVertex), attributes};
     return set;
 }
 
@@ -57,8 +51,8 @@ QSGGeometryNode* makeSliceNode() {
 
 QSGGeometryNode* makeDiscNode() {
     auto* node = new QSGGeometryNode;
-    auto* geometry = new QSGGeometry(discAttributes(), 4);
-    geometry->setDrawingMode(QSGGeometry::DrawTriangleStrip);
+    auto* geometry = new QSGGeometry(discAttributes(), 0);
+    geometry->setDrawingMode(QSGGeometry::DrawTriangles);
     node->setGeometry(geometry);
     node->setFlag(QSGNode::OwnsGeometry);
     node->setMaterial(new DiscMaterial);
@@ -66,21 +60,26 @@ QSGGeometryNode* makeDiscNode() {
     return node;
 }
 
-void placeDisc(QSGGeometryNode* node, const ringkit::RingViewport& viewport) {
-    const auto placement = viewport.placement();
-    auto* v = static_cast<DiscVertex*>(node->geometry()->vertexData());
-    const float corners[4][2] = {{-1, -1}, {1, -1}, {-1, 1}, {1, 1}};
-    for (int i = 0; i < 4; ++i) {
-        const float rx = corners[i][0] * centerRadius;
-        const float ry = corners[i][1] * centerRadius;
-        v[i] = {static_cast<float>(placement.centerX + rx * placement.unitX),
-                static_cast<float>(placement.centerY + ry * placement.unitY), rx, ry};
-    }
+template <typename Vertex> void upload(QSGGeometryNode* node, const std::vector<Vertex>& vertices) {
+    QSGGeometry* geometry = node->geometry();
+    Q_ASSERT(geometry->sizeOfVertex() == static_cast<int>(sizeof(Vertex)));
+    geometry->allocate(static_cast<int>(vertices.size()));
+    if (!vertices.empty())
+        std::memcpy(geometry->vertexData(), vertices.data(), vertices.size() * sizeof(Vertex));
     node->markDirty(QSGNode::DirtyGeometry);
 }
 
 QColor qColor(const ringkit::Rgba& rgba) {
     return QColor::fromRgbF(rgba.r, rgba.g, rgba.b, rgba.a);
+}
+
+// Inside its band the disc is one flat colour, drawn with the slices; only the rim is left to
+// the shader, which would otherwise work on every pixel of the disc's square.
+void buildDisc(ringkit::DiscMesh& mesh, const DiscMaterial::Look& look, bool dark,
+               const ringkit::VertexPlacement& placement) {
+    const auto& c = ringkit::Theme::palette(dark).disc;
+    mesh.build(DiscMaterial::plainRadius(look), DiscMaterial::edgeRadius(look),
+               ringkit::RingTessellator::premultiplied({c.r, c.g, c.b, 1}, 1), placement);
 }
 
 DiscMaterial::Look discLook(bool dark, double level, double pxPerUnit) {
@@ -528,17 +527,12 @@ QSGNode* RingItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         appendListedMarks(pxPerUnit);
         appendHighlight(pxPerUnit);
     }
-    QSGGeometry* geometry = slices->geometry();
-    geometry->allocate(static_cast<int>(frameVertices_.size()));
-    static_assert(sizeof(ringkit::RingVertex) == sizeof(QSGGeometry::ColoredPoint2D));
-    if (!frameVertices_.empty())
-        std::memcpy(geometry->vertexData(), frameVertices_.data(),
-                    frameVertices_.size() * sizeof(ringkit::RingVertex));
-    slices->markDirty(QSGNode::DirtyGeometry);
-
-    placeDisc(disc, viewport);
-    static_cast<DiscMaterial*>(disc->material())->look =
-        discLook(dark_, animation_.level(), pxPerUnit);
+    const DiscMaterial::Look look = discLook(dark_, animation_.level(), pxPerUnit);
+    buildDisc(discMesh_, look, dark_, viewport.placement());
+    frameVertices_.insert(frameVertices_.end(), discMesh_.plain.begin(), discMesh_.plain.end());
+    upload(slices, frameVertices_);
+    upload(disc, discMesh_.rim);
+    static_cast<DiscMaterial*>(disc->material())->look = look;
     disc->markDirty(QSGNode::DirtyMaterial);
 
     if (moving) update();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AmbrelModel/AppModel.hpp"
+#include "RingKit/DiscMesh.hpp"
 #include "RingKit/RingAnimation.hpp"
 #include "RingKit/RingSegment.hpp"
 
@@ -131,6 +132,7 @@ private:
     QElapsedTimer clock_;
     ringkit::RingAnimation animation_;
     std::vector<ringkit::RingVertex> frameVertices_;
+    ringkit::DiscMesh discMesh_;
     int marks_ = 0;
     std::vector<bool> listed_; ///< per slice: in the Cleanup List or inside a listed folder
     bool dark_ = false;

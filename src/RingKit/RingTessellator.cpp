@@ -23,6 +23,15 @@ RingVertex RingTessellator::premultiplied(const Rgba& color, double alpha) {
     return {0, 0, toByte(color.r * a), toByte(color.g * a), toByte(color.b * a), toByte(a)};
 }
 
+double RingTessellator::stepAngle(double radiusPx) {
+    // Corners at r × lift, lift = 2 / (1 + cos h) for a half step h, put the chord's middle
+    // at r × lift × cos h: both stray r (1 − cos h) / (1 + cos h), which is set to the
+    // tolerance t and solved for h.
+    const double t = chordTolerance / radiusPx;
+    if (!(t > 0) || t >= 1) return maxStepAngle;
+    return std::min(maxStepAngle, 2 * std::acos((1 - t) / (1 + t)));
+}
+
 void RingTessellator::appendSlice(const RingSlice& slice, double pxPerUnit,
                                   std::vector<RingVertex>& out, const VertexPlacement& placement,
                                   const RingGeometry& geometry) {
@@ -45,16 +54,21 @@ void RingTessellator::appendSlice(const RingSlice& slice, double pxPerUnit,
     const double span = a1 - a0;
     if (!std::isfinite(span)) return;
     // More than a turn is never meaningful; the cap keeps a corrupt slice from flooding memory.
-    const auto steps = std::clamp(std::ceil(span / stepAngle), 1.0, 720.0);
+    const auto steps = std::clamp(std::ceil(span / stepAngle(rOut * pxPerUnit)), 1.0, 720.0);
+    // Few wide quads cost a software rasteriser far less than many thin ones: their edges,
+    // where it works pixel by pixel, are shorter. Lifting the corners keeps the chords true.
+    const double lift = 2 / (1 + std::cos(span / steps / 2));
+    const double rInCorner = rIn * lift;
+    const double rOutCorner = rOut * lift;
     const RingVertex colour = premultiplied(slice.color, slice.alpha);
     const auto edgeAt = [&](double b) {
         const double c = std::cos(b);
         const double s = std::sin(b);
         Edge edge{colour, colour};
-        edge.inner.x = static_cast<float>(placement.centerX + c * rIn * placement.unitX);
-        edge.inner.y = static_cast<float>(placement.centerY + s * rIn * placement.unitY);
-        edge.outer.x = static_cast<float>(placement.centerX + c * rOut * placement.unitX);
-        edge.outer.y = static_cast<float>(placement.centerY + s * rOut * placement.unitY);
+        edge.inner.x = static_cast<float>(placement.centerX + c * rInCorner * placement.unitX);
+        edge.inner.y = static_cast<float>(placement.centerY + s * rInCorner * placement.unitY);
+        edge.outer.x = static_cast<float>(placement.centerX + c * rOutCorner * placement.unitX);
+        edge.outer.y = static_cast<float>(placement.centerY + s * rOutCorner * placement.unitY);
         return edge;
     };
     const auto n = static_cast<std::size_t>(steps);

@@ -44,15 +44,21 @@ struct VertexPlacement {
 };
 
 /// Turns slices into a triangle list: a one-pixel gap between neighbouring slices, a
-/// 0.8-pixel margin between rings, one step per degree of arc.
+/// 0.8-pixel margin between rings, arcs as chords that stray at most `chordTolerance` pixels.
 namespace RingTessellator {
 
-/// One degree in radians: the largest angle one quad of a slice spans.
-inline constexpr double stepAngle = 0.017453292519943295;
+/// How far, in pixels, a drawn arc may stray from the true circle, to either side.
+inline constexpr double chordTolerance = 0.1;
+/// The largest angle one quad of a slice spans, however small the ring (10 degrees).
+inline constexpr double maxStepAngle = 0.17453292519943295;
 
-/// Appends the slice's triangles (six vertices per step) to `out`. `pxPerUnit` is drawable
-/// pixels per ring unit; gaps and margins are measured in those pixels. Nothing is appended
-/// for a slice the gap would invert, or when pxPerUnit is not positive.
+/// The widest step whose chord strays at most `chordTolerance` from an arc of `radiusPx`
+/// pixels, when its ends sit just outside the arc so the chord's middle falls as far inside.
+double stepAngle(double radiusPx);
+
+/// Appends the slice's triangles (six vertices per step, the step set by the outer arc) to `out`.
+/// `pxPerUnit` is drawable pixels per ring unit; gaps and margins are measured in those pixels.
+/// Nothing is appended for a slice the gap would invert, or when pxPerUnit is not positive.
 void appendSlice(const RingSlice& slice, double pxPerUnit, std::vector<RingVertex>& out,
                  const VertexPlacement& placement = {}, const RingGeometry& geometry = {});
 

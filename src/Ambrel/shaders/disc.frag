@@ -1,5 +1,7 @@
 #version 440
 // Disc, track band and the fullness arc that runs clockwise from the top with a round cap.
+// Drawn only on the rim: DiscMaterial::plainRadius knows these proportions, and inside it the
+// disc is its plain colour.
 layout(location = 0) in vec2 p;
 layout(location = 0) out vec4 fragColor;
 

@@ -1,5 +1,5 @@
 #version 440
-// The centre disc: a quad placed in the item, carrying its corners in ring units.
+// The centre disc's rim: triangles placed in the item, carrying their corners in ring units.
 layout(location = 0) in vec4 position;
 layout(location = 1) in vec2 ringPoint;
 layout(location = 0) out vec2 p;
