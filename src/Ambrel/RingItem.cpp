@@ -1,7 +1,6 @@
 #include "RingItem.hpp"
 
 #include "DiscMaterial.hpp"
-#include "GrowthColors.hpp"
 #include "RingKit/RingMorph.hpp"
 #include "RingKit/RingTessellator.hpp"
 #include "RingKit/RingViewport.hpp"
@@ -9,6 +8,7 @@
 
 #include "ListRow.hpp"
 #include "RingAccessible.hpp"
+#include "ThemePalette.hpp"
 
 #include <QAccessible>
 #include <QQuickWindow>
@@ -469,7 +469,7 @@ void RingItem::appendGrowth(double pxPerUnit) {
             segment.kind.isNode() ? comparison->state(segment.kind.id) : brantle::NodeChange{};
         const ringkit::RingSlice slice{segment.start, segment.end,
                                        static_cast<double>(segment.depth),
-                                       GrowthColors::rgba(change, dark_), 1.0};
+                                       ThemePalette::growthColor(change, dark_), 1.0};
         ringkit::RingTessellator::appendSlice(slice, pxPerUnit, frameVertices_, placement);
     }
 }

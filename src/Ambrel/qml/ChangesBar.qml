@@ -38,8 +38,8 @@ RowLayout {
     }
     Repeater {
         model: bar.comparison.byGrowth
-            ? [{ name: "Grown", color: GrowthColors.grown }, { name: "Shrunk", color: GrowthColors.shrunk },
-                { name: "New", color: GrowthColors.added }, { name: "Unchanged", color: GrowthColors.unchanged }]
+            ? [{ name: "Grown", color: Theme.grown }, { name: "Shrunk", color: Theme.shrunk },
+                { name: "New", color: Theme.added }, { name: "Unchanged", color: Theme.unchanged }]
             : []
         delegate: Row {
             id: key

@@ -172,8 +172,8 @@ ColumnLayout {
                     Layout.preferredWidth: 72
                     horizontalAlignment: Text.AlignRight
                     text: row.change
-                    color: row.change === "new" ? GrowthColors.added
-                        : row.change.startsWith("+") ? GrowthColors.grown : GrowthColors.shrunk
+                    color: row.change === "new" ? Theme.added
+                        : row.change.startsWith("+") ? Theme.grown : Theme.shrunk
                 }
             }
             MouseArea {

@@ -115,8 +115,8 @@ ColumnLayout {
                     Layout.preferredWidth: 72
                     horizontalAlignment: Text.AlignRight
                     text: row.modelData.change
-                    color: row.modelData.change === "new" ? GrowthColors.added
-                        : row.modelData.grew ? GrowthColors.grown : GrowthColors.shrunk
+                    color: row.modelData.change === "new" ? Theme.added
+                        : row.modelData.grew ? Theme.grown : Theme.shrunk
                     font.bold: true
                 }
             }
