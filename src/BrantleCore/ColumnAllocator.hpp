@@ -13,6 +13,9 @@ namespace columnMemory {
 inline constexpr std::size_t mappedThreshold = std::size_t{256} << 10;
 void* allocate(std::size_t bytes);
 void deallocate(void* block, std::size_t bytes) noexcept;
+/// Asks for huge pages in the whole 2 MiB stretches of [block, block + bytes), for memory
+/// about to be written in full: one fault then backs 2 MiB instead of 4 KiB.
+void preferHugePages(void* block, std::size_t bytes) noexcept;
 } // namespace columnMemory
 
 template <class T> struct ColumnAllocator {

@@ -68,9 +68,14 @@ bool isAbsolutePath(std::string_view path) {
     return path.starts_with('/') && !path.contains('\0');
 }
 
-bool isName(std::string_view name) {
-    return !name.empty() && name != "." && name != ".." && !name.contains('/') &&
-           !name.contains('\0');
+bool holdsSeparatorOrNul(std::string_view text) {
+    return text.contains('/') || text.contains('\0');
+}
+
+/// `cleanPool`: the whole pool is known to hold neither '/' nor NUL.
+bool isName(std::string_view name, bool cleanPool) {
+    return !name.empty() && name != "." && name != ".." &&
+           (cleanPool || !holdsSeparatorOrNul(name));
 }
 
 /// Whether the columns hold a tree every FileTree operation can work on: a root folder,
@@ -82,7 +87,12 @@ bool isWellFormed(const FileTree::Columns& c) {
     const std::size_t n = c.parents.size();
     if (n == 0 || !(c.flagBits[0] & NodeFlags::directory.rawValue)) return false;
     const std::uint64_t nameBytes = c.names.size();
-    std::vector<std::uint64_t> contents(n);
+    // Two searches of the whole pool spare two per name in the usual case.
+    const bool cleanPool = !holdsSeparatorOrNul({c.names.data(), c.names.size()});
+    FileTree::Column<std::uint64_t> contents;
+    contents.reserve(n);
+    columnMemory::preferHugePages(contents.data(), n * sizeof(std::uint64_t));
+    contents.resize(n);
     for (std::size_t i = 0; i < n; ++i) {
         const NodeId parent = c.parents[i];
         if (i == 0 ? parent != FileTree::none : parent >= i) return false;
@@ -95,7 +105,8 @@ bool isWellFormed(const FileTree::Columns& c) {
         if (std::uint64_t{c.nameOffsets[i]} + c.nameLengths[i] > nameBytes) return false;
         if ((c.flagBits[i] & ~knownFlags) != 0) return false;
         if (i > 0) {
-            if (!isName({c.names.data() + c.nameOffsets[i], c.nameLengths[i]})) return false;
+            if (!isName({c.names.data() + c.nameOffsets[i], c.nameLengths[i]}, cleanPool))
+                return false;
             if (!(c.flagBits[parent] & NodeFlags::directory.rawValue)) return false;
         }
     }
