@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <limits>
+#include <optional>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +20,9 @@ namespace brantle {
 namespace {
 
 using Kind = SnapshotError::Kind;
+
+/// One thread unpacks a block of the body while the other writes the one before.
+constexpr unsigned decodeThreads = 2;
 
 std::unexpected<SnapshotError> failure(Kind kind, std::uint16_t version = 0) {
     return std::unexpected(SnapshotError{kind, version});
@@ -139,19 +143,29 @@ void removeStaleTemporaries(const std::string& path) {
     }
 }
 
-/// Room for the decompressed body: a generous guess of its size, backed by huge pages where
-/// the system offers them. Faulting tens of megabytes in page by page, and copying them as the
-/// buffer grows, costs several times more than decompressing them. Untouched room costs nothing.
-std::vector<std::uint8_t> bodyBuffer(std::size_t compressedSize) {
-    constexpr std::size_t hugePage = std::size_t{2} << 20;
-    std::vector<std::uint8_t> buffer;
-    buffer.reserve(std::max(compressedSize * 8, hugePage));
-    const auto start = reinterpret_cast<std::uintptr_t>(buffer.data());
-    const std::uintptr_t first = (start + hugePage - 1) & ~(hugePage - 1);
-    const std::uintptr_t end = (start + buffer.capacity()) & ~(hugePage - 1);
-    if (end > first) madvise(buffer.data() + (first - start), end - first, MADV_HUGEPAGE);
-    return buffer;
-}
+/// Room for the decompressed body: mapped at its exact size without being zeroed by us, and
+/// backed by huge pages where the system offers them. Faulting tens of megabytes in page by
+/// page costs several times more than decompressing them.
+class BodyBuffer {
+public:
+    static std::optional<BodyBuffer> make(std::size_t size) {
+        void* map = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (map == MAP_FAILED) return std::nullopt; // an absurd size from a damaged header
+        columnMemory::preferHugePages(map, size);
+        return BodyBuffer(static_cast<std::uint8_t*>(map), size);
+    }
+    BodyBuffer(BodyBuffer&& other) noexcept : bytes_(std::exchange(other.bytes_, {})) {}
+    BodyBuffer& operator=(BodyBuffer&&) = delete;
+    ~BodyBuffer() {
+        if (!bytes_.empty()) munmap(bytes_.data(), bytes_.size());
+    }
+    std::span<std::uint8_t> bytes() const { return bytes_; }
+
+private:
+    BodyBuffer(std::uint8_t* data, std::size_t size) : bytes_(data, size) {}
+    std::span<std::uint8_t> bytes_;
+};
 
 std::error_code lastError() {
     return {errno, std::generic_category()};
@@ -289,9 +303,13 @@ Snapshot::decode(std::span<const std::uint8_t> data) {
     const std::uint16_t version = *header.scalar<std::uint16_t>();
     if (version != formatVersion) return failure(Kind::unsupportedVersion, version);
 
-    std::vector<std::uint8_t> body = bodyBuffer(data.size() - headerSize);
-    if (!lzfse::decode(data.subspan(headerSize), body)) return failure(Kind::decompressionFailed);
-    Reader in(body);
+    const std::span<const std::uint8_t> stream = data.subspan(headerSize);
+    const auto bodySize = lzfse::decodedSize(stream);
+    if (!bodySize) return failure(Kind::decompressionFailed);
+    const auto body = BodyBuffer::make(*bodySize + lzfse::decodeSlack);
+    if (!body || !lzfse::decodeInto(stream, body->bytes(), decodeThreads))
+        return failure(Kind::decompressionFailed);
+    Reader in(body->bytes().first(*bodySize));
     const auto rootPath = in.string();
     const auto scannedAt = in.scalar<double>();
     const auto eventID = in.scalar<std::uint64_t>();

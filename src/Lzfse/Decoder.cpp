@@ -6,11 +6,19 @@
 #include "Lzfse/Format.hpp"
 #include "Lzfse/LzvnDecoder.hpp"
 
+#include <atomic>
+#include <cstring>
+#include <limits>
 #include <memory>
+#include <optional>
+#include <thread>
+#include <utility>
 
 namespace lzfse {
 
 namespace {
+
+static_assert(decodeSlack >= outputSlack);
 
 /// An LZVN opcode of two bytes produces at most 271 bytes.
 constexpr std::uint64_t maxLzvnExpansion = 136;
@@ -85,8 +93,10 @@ private:
     std::expected<std::size_t, Error> lzfseBlock(const std::expected<BlockHeader, Error>& header) {
         if (!header) return std::unexpected(header.error());
         if (!blockDecoder_) blockDecoder_ = std::make_unique<BlockDecoder>();
-        const auto consumed = blockDecoder_->decode(*header, input_, reserve(header->rawSize));
-        if (consumed) size_ += header->rawSize;
+        const auto consumed = blockDecoder_->unpack(*header, input_, size_);
+        if (!consumed) return consumed;
+        blockDecoder_->apply(reserve(header->rawSize).cursor);
+        size_ += header->rawSize;
         return consumed;
     }
 
@@ -103,7 +113,188 @@ private:
     std::unique_ptr<BlockDecoder> blockDecoder_;
 };
 
+/// Where a block lies in the input and in the output, as its header tells.
+struct PlannedBlock {
+    std::uint32_t magic;
+    std::size_t input;  ///< offset of its magic
+    std::size_t output; ///< offset of its first output byte
+};
+
+/// The size of the block at the front of `rest` and of its output, from the fixed part of its
+/// header alone; no value when that part or the block's payload would lie outside `rest`.
+std::optional<std::pair<std::size_t, std::uint32_t>>
+blockExtent(std::uint32_t magic, std::span<const std::uint8_t> rest) {
+    const std::uint8_t* p = rest.data();
+    std::uint64_t size = 0;
+    switch (magic) {
+    case format::rawMagic:
+        if (rest.size() < format::rawHeaderSize) return std::nullopt;
+        size = format::rawHeaderSize + std::uint64_t{load32(p + 4)};
+        break;
+    case format::lzvnMagic:
+        if (rest.size() < format::lzvnHeaderSize) return std::nullopt;
+        size = format::lzvnHeaderSize + std::uint64_t{load32(p + 8)};
+        break;
+    case format::v1Magic:
+        if (rest.size() < format::v1HeaderSize) return std::nullopt;
+        size = format::v1HeaderSize + std::uint64_t{load32(p + 20)} + load32(p + 24);
+        break;
+    case format::v2Magic: {
+        if (rest.size() < format::v2FixedHeaderSize) return std::nullopt;
+        const std::uint64_t headerSize = load64(p + 24) & 0xFFFF'FFFF;
+        if (headerSize < format::v2FixedHeaderSize) return std::nullopt; // it would not advance
+        const std::uint64_t p0 = load64(p + 8);
+        const std::uint64_t p1 = load64(p + 16);
+        size = headerSize + ((p0 >> 20) & 0xFFFFF) + ((p1 >> 40) & 0xFFFFF);
+        break;
+    }
+    default:
+        return std::nullopt;
+    }
+    if (size > rest.size()) return std::nullopt;
+    return std::pair{static_cast<std::size_t>(size), load32(p + 4)};
+}
+
+/// Every block's place, up to the end-of-stream block; no value when the headers do not
+/// chain up to one.
+std::optional<std::vector<PlannedBlock>> plan(std::span<const std::uint8_t> input,
+                                              std::uint64_t& decodedSize) {
+    std::vector<PlannedBlock> blocks;
+    std::size_t at = 0;
+    decodedSize = 0;
+    for (;;) {
+        if (input.size() - at < 4) return std::nullopt;
+        const std::uint32_t magic = load32(input.data() + at);
+        if (magic == format::endOfStreamMagic) return blocks;
+        const auto extent = blockExtent(magic, input.subspan(at));
+        if (!extent) return std::nullopt;
+        blocks.push_back({magic, at, static_cast<std::size_t>(decodedSize)});
+        at += extent->first;
+        decodedSize += extent->second;
+    }
+}
+
+/// Decodes planned blocks into an output of the planned size on one or two threads. Each
+/// thread takes every other block: it unpacks its block while the other thread writes the
+/// one before, then waits for its turn to write. Blocks are written, and their faults
+/// reported, strictly in stream order, as the serial decoder does.
+class PlannedDecoder {
+public:
+    PlannedDecoder(std::span<const std::uint8_t> input, std::span<std::uint8_t> output,
+                   std::vector<PlannedBlock> blocks)
+        : input_(input), output_(output), blocks_(std::move(blocks)) {}
+
+    std::expected<void, Error> run(unsigned threads) {
+        if (threads < 2) {
+            work(0, 1);
+        } else {
+            std::jthread helper([this] { work(1, 2); });
+            work(0, 2);
+        }
+        if (written_.load() == stopped) return std::unexpected(error_);
+        return {};
+    }
+
+private:
+    static constexpr std::size_t stopped = std::numeric_limits<std::size_t>::max();
+
+    void work(std::size_t first, std::size_t step) {
+        const auto decoder = std::make_unique<BlockDecoder>();
+        for (std::size_t k = first; k < blocks_.size(); k += step) {
+            const PlannedBlock& block = blocks_[k];
+            const std::span<const std::uint8_t> rest = input_.subspan(block.input);
+            std::expected<std::size_t, Error> unpacked = 0;
+            if (block.magic == format::v2Magic || block.magic == format::v1Magic) {
+                const auto header =
+                    block.magic == format::v2Magic ? readV2Header(rest) : readV1Header(rest);
+                if (header)
+                    unpacked = decoder->unpack(*header, rest, block.output);
+                else
+                    unpacked = std::unexpected(header.error());
+            }
+            if (!waitForTurn(k)) return;
+            std::expected<void, Error> done = std::unexpected(Error::truncated);
+            if (unpacked)
+                done = write(block, *decoder);
+            else
+                done = std::unexpected(unpacked.error());
+            if (!done) {
+                error_ = done.error();
+                written_.store(stopped);
+                written_.notify_all();
+                return;
+            }
+            written_.store(k + 1);
+            written_.notify_all();
+        }
+    }
+
+    /// Waits until every block before block k is written; false once decoding has stopped.
+    bool waitForTurn(std::size_t k) {
+        for (;;) {
+            const std::size_t written = written_.load();
+            if (written == k) return true;
+            if (written == stopped) return false;
+            written_.wait(written);
+        }
+    }
+
+    /// Writes block `block`'s bytes; every block before it is written already.
+    std::expected<void, Error> write(const PlannedBlock& block, const BlockDecoder& decoder) {
+        std::uint8_t* const begin = output_.data();
+        std::uint8_t* const cursor = begin + block.output;
+        const std::uint8_t* header = input_.data() + block.input;
+        const std::uint32_t rawSize = load32(header + 4);
+        switch (block.magic) {
+        case format::rawMagic:
+            std::memcpy(cursor, header + format::rawHeaderSize, rawSize);
+            return {};
+        case format::lzvnMagic: {
+            const std::uint32_t payloadSize = load32(header + 8);
+            if (rawSize > std::uint64_t{payloadSize} * maxLzvnExpansion)
+                return std::unexpected(Error::badHeader);
+            return decodeLzvn({header + format::lzvnHeaderSize, payloadSize},
+                              {begin, cursor, cursor + rawSize});
+        }
+        default:
+            decoder.apply(cursor);
+            return {};
+        }
+    }
+
+    std::span<const std::uint8_t> input_;
+    std::span<std::uint8_t> output_;
+    std::vector<PlannedBlock> blocks_;
+    /// Blocks written so far, or `stopped` after the first fault.
+    std::atomic<std::size_t> written_{0};
+    Error error_ = Error::truncated; ///< the first fault, once `written_` is `stopped`
+};
+
 } // namespace
+
+std::expected<std::size_t, Error> decodedSize(std::span<const std::uint8_t> input) {
+    std::uint64_t size = 0;
+    if (!plan(input, size)) return std::unexpected(Error::truncated);
+    if (size > std::numeric_limits<std::size_t>::max() - decodeSlack)
+        return std::unexpected(Error::badHeader);
+    return static_cast<std::size_t>(size);
+}
+
+std::expected<void, Error> decodeInto(std::span<const std::uint8_t> input,
+                                      std::span<std::uint8_t> output, unsigned threads) {
+    std::uint64_t size = 0;
+    auto blocks = plan(input, size);
+    if (!blocks || output.size() < size + decodeSlack) {
+        // The serial decoder names the first fault exactly.
+        std::vector<std::uint8_t> scratch;
+        const auto decoded = decode(input, scratch);
+        return std::unexpected(decoded ? Error::outputOverflow : decoded.error());
+    }
+    // A thread pays off only over blocks enough to keep both busy.
+    constexpr std::size_t blocksPerThread = 4;
+    if (blocks->size() < 2 * blocksPerThread) threads = 1;
+    return PlannedDecoder(input, output, std::move(*blocks)).run(threads);
+}
 
 std::expected<void, Error> decode(std::span<const std::uint8_t> input,
                                   std::vector<std::uint8_t>& output) {

@@ -60,11 +60,20 @@ std::uint32_t firstMagic(const Bytes& stream) {
     return magic;
 }
 
+/// The input comes back from the growing decoder and from the sized one on one and two threads.
 void expectRoundTrip(const Bytes& input) {
     const Bytes stream = lzfse::encode(input);
     const auto decoded = lzfse::decode(stream);
     ASSERT_TRUE(decoded.has_value()) << lzfse::describe(decoded.error());
     EXPECT_TRUE(*decoded == input);
+    const auto size = lzfse::decodedSize(stream);
+    ASSERT_TRUE(size.has_value());
+    ASSERT_EQ(*size, input.size());
+    for (const unsigned threads : {1u, 2u}) {
+        Bytes output(*size + lzfse::decodeSlack);
+        ASSERT_TRUE(lzfse::decodeInto(stream, output, threads).has_value()) << threads;
+        EXPECT_TRUE(std::equal(input.begin(), input.end(), output.begin())) << threads;
+    }
 }
 
 constexpr std::uint32_t rawMagic = 0x2D787662;
