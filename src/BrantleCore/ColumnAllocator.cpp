@@ -34,12 +34,17 @@ void deallocate(void* block, std::size_t bytes) noexcept {
     munmap(block, roundedUp(bytes));
 }
 
-void preferHugePages(void* block, std::size_t bytes) noexcept {
+void prepareForFill(void* block, std::size_t bytes) noexcept {
     constexpr std::uintptr_t hugePage = std::uintptr_t{2} << 20;
     const auto start = reinterpret_cast<std::uintptr_t>(block);
     const std::uintptr_t first = (start + hugePage - 1) & ~(hugePage - 1);
     const std::uintptr_t end = (start + bytes) & ~(hugePage - 1);
     if (end > first) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+    // Only whole pages of a block mapped on its own are backed ahead.
+    if (bytes < mappedThreshold) return;
+#ifdef MADV_POPULATE_WRITE
+    madvise(block, roundedUp(bytes), MADV_POPULATE_WRITE);
+#endif
 }
 
 } // namespace brantle::columnMemory

@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <limits>
-#include <optional>
+#include <new>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -47,22 +47,6 @@ void writeColumns(Snapshot::Writer& out, const FileTree::Columns& c) {
     out.array<char>(c.names);
 }
 
-std::expected<void, SnapshotError> readColumns(Snapshot::Reader& in, FileTree::Columns& c,
-                                               std::uint64_t n, std::uint64_t nameBytes) {
-    // Each column only if every earlier one was whole.
-    auto read = in.array(c.parents, n);
-    if (read) read = in.array(c.firstChildren, n);
-    if (read) read = in.array(c.nextSiblings, n);
-    if (read) read = in.array(c.sizes, n);
-    if (read) read = in.array(c.mtimes, n);
-    if (read) read = in.array(c.inodes, n);
-    if (read) read = in.array(c.flagBits, n);
-    if (read) read = in.array(c.nameOffsets, n);
-    if (read) read = in.array(c.nameLengths, n);
-    if (read) read = in.array(c.names, nameBytes);
-    return read;
-}
-
 constexpr std::uint16_t knownFlags =
     NodeFlags::directory.rawValue | NodeFlags::package.rawValue | NodeFlags::symlink.rawValue |
     NodeFlags::dataless.rawValue | NodeFlags::unreadable.rawValue |
@@ -95,8 +79,8 @@ bool isWellFormed(const FileTree::Columns& c) {
     const bool cleanPool = !holdsSeparatorOrNul({c.names.data(), c.names.size()});
     FileTree::Column<std::uint64_t> contents;
     contents.reserve(n);
-    columnMemory::preferHugePages(contents.data(), n * sizeof(std::uint64_t));
-    contents.resize(n);
+    columnMemory::prepareForFill(contents.data(), n * sizeof(std::uint64_t));
+    contents.resize(n, 0);
     for (std::size_t i = 0; i < n; ++i) {
         const NodeId parent = c.parents[i];
         if (i == 0 ? parent != FileTree::none : parent >= i) return false;
@@ -128,6 +112,157 @@ bool isWellFormed(const FileTree::Columns& c) {
     return true;
 }
 
+/// Each column's bytes, in the order the body stores them.
+std::array<std::span<std::uint8_t>, 10> columnBytes(FileTree::Columns& c) {
+    const auto bytes = [](auto& column) { return std::as_writable_bytes(std::span(column)); };
+    const auto raw = [&](auto& column) {
+        const auto b = bytes(column);
+        return std::span(reinterpret_cast<std::uint8_t*>(b.data()), b.size());
+    };
+    return {raw(c.parents),     raw(c.firstChildren), raw(c.nextSiblings), raw(c.sizes),
+            raw(c.mtimes),      raw(c.inodes),        raw(c.flagBits),     raw(c.nameOffsets),
+            raw(c.nameLengths), raw(c.names)};
+}
+
+template <class T> void toNativeOrder(std::span<T> values) {
+    if constexpr (std::endian::native == std::endian::big && sizeof(T) > 1) {
+        for (T& value : values) {
+            using U = std::conditional_t<
+                sizeof(T) == 8, std::uint64_t,
+                std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint16_t>>;
+            value = std::bit_cast<T>(std::byteswap(std::bit_cast<U>(value)));
+        }
+    }
+}
+
+/// Takes the decompressed body piece by piece as it comes out of the decoder: the leading
+/// fields into a small buffer, then the columns straight into the tree's own columns, sized
+/// exactly from the counts and never zeroed, so no copy of the whole body is ever made.
+class BodyParser {
+public:
+    explicit BodyParser(std::uint64_t bodySize) : left_(bodySize) {}
+
+    void take(std::span<const std::uint8_t> piece) {
+        left_ -= piece.size();
+        while (!piece.empty() && state_ == State::fields) {
+            const std::size_t part = std::min(piece.size(), fieldsSize_ - fields_.size());
+            fields_.insert(fields_.end(), piece.begin(), piece.begin() + static_cast<long>(part));
+            piece = piece.subspan(part);
+            if (fields_.size() == fieldsSize_) readFields(piece.size() + left_);
+        }
+        for (; !piece.empty() && state_ == State::columns; ++column_) {
+            if (column_ == targets_.size()) {
+                state_ = State::done; // bytes after the columns are not used
+                break;
+            }
+            std::span<std::uint8_t>& target = targets_[column_];
+            const std::size_t part = std::min(piece.size(), target.size());
+            std::memcpy(target.data(), piece.data(), part);
+            target = target.subspan(part);
+            piece = piece.subspan(part);
+            if (!target.empty()) break;
+        }
+    }
+
+    /// The tree and record, once the decoder has handed over the whole body.
+    std::expected<Snapshot::Contents, SnapshotError> finish() {
+        while (state_ == State::columns && column_ < targets_.size() && targets_[column_].empty())
+            ++column_;
+        if (state_ == State::fields || state_ == State::bad) return failure(Kind::truncated);
+        if (state_ == State::columns && column_ < targets_.size()) return failure(Kind::truncated);
+        FileTree::Columns& c = columns_;
+        toNativeOrder(std::span(c.parents));
+        toNativeOrder(std::span(c.firstChildren));
+        toNativeOrder(std::span(c.nextSiblings));
+        toNativeOrder(std::span(c.sizes));
+        toNativeOrder(std::span(c.mtimes));
+        toNativeOrder(std::span(c.inodes));
+        toNativeOrder(std::span(c.flagBits));
+        toNativeOrder(std::span(c.nameOffsets));
+        toNativeOrder(std::span(c.nameLengths));
+        if (!isWellFormed(c)) return failure(Kind::truncated);
+        Snapshot::Contents contents{FileTree(repairedUtf8(rootPath_), FileTree::empty), {}};
+        contents.tree.mutableColumns() = std::move(columns_);
+        contents.meta = {contents.tree.rootPath(), scannedAt_, eventID_};
+        return contents;
+    }
+
+private:
+    enum class State { fields, columns, done, bad };
+
+    /// Reads the fields once `fields_` holds fieldsSize_ bytes: first the path's length, which
+    /// gives the size of the rest; then the rest, which sizes the columns. `after` bytes of
+    /// the body follow.
+    void readFields(std::uint64_t after) {
+        Snapshot::Reader in(fields_);
+        const std::uint32_t pathLength = *in.scalar<std::uint32_t>();
+        if (fieldsSize_ == sizeof pathLength) {
+            constexpr std::size_t rest = 8 + 8 + 4 + 8;
+            if (pathLength > after || after - pathLength < rest) {
+                state_ = State::bad;
+                return;
+            }
+            fieldsSize_ += pathLength + rest;
+            return;
+        }
+        rootPath_.assign(reinterpret_cast<const char*>(fields_.data()) + sizeof pathLength,
+                         pathLength);
+        Snapshot::Reader tail{
+            std::span<const std::uint8_t>(fields_).subspan(sizeof pathLength + pathLength)};
+        scannedAt_ = *tail.scalar<double>();
+        eventID_ = *tail.scalar<std::uint64_t>();
+        const std::uint32_t count = *tail.scalar<std::uint32_t>();
+        const std::uint64_t nameBytes = *tail.scalar<std::uint64_t>();
+        constexpr std::uint64_t perNode = 4 + 4 + 4 + 8 + 8 + 8 + 2 + 4 + 2;
+        if (count == 0 || count == FileTree::none ||
+            nameBytes > std::numeric_limits<std::uint32_t>::max() ||
+            std::uint64_t{count} * perNode + nameBytes > after || !isAbsolutePath(rootPath_)) {
+            state_ = State::bad;
+            return;
+        }
+        try {
+            allocate(count, static_cast<std::size_t>(nameBytes));
+        } catch (const std::bad_alloc&) { // a damaged body that claims more than there is room for
+            columns_ = {};
+            state_ = State::bad;
+            return;
+        }
+        targets_ = columnBytes(columns_);
+        state_ = State::columns;
+    }
+
+    /// Room for exactly the stored values, taken without zeroing; huge pages where they fit.
+    void allocate(std::size_t n, std::size_t nameBytes) {
+        const auto size = [](auto& column, std::size_t count) {
+            column.reserve(count);
+            columnMemory::prepareForFill(column.data(), count * sizeof column[0]);
+            column.resize(count);
+        };
+        FileTree::Columns& c = columns_;
+        size(c.parents, n);
+        size(c.firstChildren, n);
+        size(c.nextSiblings, n);
+        size(c.sizes, n);
+        size(c.mtimes, n);
+        size(c.inodes, n);
+        size(c.flagBits, n);
+        size(c.nameOffsets, n);
+        size(c.nameLengths, n);
+        size(c.names, nameBytes);
+    }
+
+    State state_ = State::fields;
+    std::uint64_t left_; ///< body bytes not yet taken
+    std::vector<std::uint8_t> fields_;
+    std::size_t fieldsSize_ = sizeof(std::uint32_t);
+    std::string rootPath_;
+    double scannedAt_ = 0;
+    std::uint64_t eventID_ = 0;
+    FileTree::Columns columns_;
+    std::array<std::span<std::uint8_t>, 10> targets_;
+    std::size_t column_ = 0;
+};
+
 /// Temporary files that saves of `path` left behind when they were interrupted.
 void removeStaleTemporaries(const std::string& path) {
     namespace fs = std::filesystem;
@@ -142,30 +277,6 @@ void removeStaleTemporaries(const std::string& path) {
             fs::remove(entry.path(), error);
     }
 }
-
-/// Room for the decompressed body: mapped at its exact size without being zeroed by us, and
-/// backed by huge pages where the system offers them. Faulting tens of megabytes in page by
-/// page costs several times more than decompressing them.
-class BodyBuffer {
-public:
-    static std::optional<BodyBuffer> make(std::size_t size) {
-        void* map = mmap(nullptr, size, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (map == MAP_FAILED) return std::nullopt; // an absurd size from a damaged header
-        columnMemory::preferHugePages(map, size);
-        return BodyBuffer(static_cast<std::uint8_t*>(map), size);
-    }
-    BodyBuffer(BodyBuffer&& other) noexcept : bytes_(std::exchange(other.bytes_, {})) {}
-    BodyBuffer& operator=(BodyBuffer&&) = delete;
-    ~BodyBuffer() {
-        if (!bytes_.empty()) munmap(bytes_.data(), bytes_.size());
-    }
-    std::span<std::uint8_t> bytes() const { return bytes_; }
-
-private:
-    BodyBuffer(std::uint8_t* data, std::size_t size) : bytes_(data, size) {}
-    std::span<std::uint8_t> bytes_;
-};
 
 std::error_code lastError() {
     return {errno, std::generic_category()};
@@ -306,28 +417,10 @@ Snapshot::decode(std::span<const std::uint8_t> data) {
     const std::span<const std::uint8_t> stream = data.subspan(headerSize);
     const auto bodySize = lzfse::decodedSize(stream);
     if (!bodySize) return failure(Kind::decompressionFailed);
-    const auto body = BodyBuffer::make(*bodySize + lzfse::decodeSlack);
-    if (!body || !lzfse::decodeInto(stream, body->bytes(), decodeThreads))
-        return failure(Kind::decompressionFailed);
-    Reader in(body->bytes().first(*bodySize));
-    const auto rootPath = in.string();
-    const auto scannedAt = in.scalar<double>();
-    const auto eventID = in.scalar<std::uint64_t>();
-    const auto count = in.scalar<std::uint32_t>();
-    const auto nameBytes = in.scalar<std::uint64_t>();
-    if (!rootPath || !scannedAt || !eventID || !count || !nameBytes)
-        return failure(Kind::truncated);
-    if (*count == FileTree::none || *nameBytes > std::numeric_limits<std::uint32_t>::max())
-        return failure(Kind::truncated);
-
-    if (*count == 0 || !isAbsolutePath(*rootPath)) return failure(Kind::truncated);
-    Contents contents{FileTree(repairedUtf8(*rootPath), FileTree::empty), {}};
-    FileTree::Columns& columns = contents.tree.mutableColumns();
-    if (const auto read = readColumns(in, columns, *count, *nameBytes); !read)
-        return std::unexpected(read.error());
-    if (!isWellFormed(columns)) return failure(Kind::truncated);
-    contents.meta = {contents.tree.rootPath(), *scannedAt, *eventID};
-    return contents;
+    BodyParser body(*bodySize);
+    const auto take = [&body](std::span<const std::uint8_t> piece) { body.take(piece); };
+    if (!lzfse::decodeTo(stream, take, decodeThreads)) return failure(Kind::decompressionFailed);
+    return body.finish();
 }
 
 std::expected<void, std::error_code> Snapshot::save(const FileTree& tree, const SnapshotMeta& meta,

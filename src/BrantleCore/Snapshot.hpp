@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 #include <expected>
-#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -125,7 +124,7 @@ private:
     std::vector<std::uint8_t> bytes_;
 };
 
-/// Takes little-endian scalars, strings and arrays from the front of a byte span; fails with
+/// Takes little-endian scalars and strings from the front of a byte span; fails with
 /// `truncated` when fewer bytes remain than asked for.
 class Snapshot::Reader {
 public:
@@ -148,66 +147,10 @@ public:
         return text;
     }
 
-    /// Replaces `into` with `count` values. The room is reserved for exactly these and written
-    /// once, not zeroed first; a column's large room gets huge pages.
-    template <class T, class Allocator>
-    std::expected<void, SnapshotError> array(std::vector<T, Allocator>& into, std::uint64_t count) {
-        if (count > bytes_.size() / sizeof(T)) return std::unexpected(truncated());
-        const auto n = static_cast<std::size_t>(count);
-        into.clear();
-        into.reserve(n);
-        if constexpr (std::is_same_v<Allocator, ColumnAllocator<T>>)
-            columnMemory::preferHugePages(into.data(), n * sizeof(T));
-        into.assign(Values<T>{bytes_.data()}, Values<T>{bytes_.data() + n * sizeof(T)});
-        bytes_ = bytes_.subspan(n * sizeof(T));
-        return {};
-    }
-
     std::size_t remaining() const { return bytes_.size(); }
 
 private:
     static SnapshotError truncated() { return {SnapshotError::Kind::truncated}; }
-
-    /// The little-endian values stored at `at`, at any alignment, as a random-access range.
-    template <class T> struct Values {
-        using iterator_category = std::random_access_iterator_tag;
-        using value_type = T;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const T*;
-        using reference = T;
-
-        const std::uint8_t* at;
-
-        T operator*() const {
-            T value;
-            std::memcpy(&value, at, sizeof(T));
-            if constexpr (std::endian::native == std::endian::big && sizeof(T) > 1)
-                value = swapped(value);
-            return value;
-        }
-        Values& operator++() {
-            at += sizeof(T);
-            return *this;
-        }
-        Values operator++(int) {
-            Values before = *this;
-            at += sizeof(T);
-            return before;
-        }
-        Values& operator--() {
-            at -= sizeof(T);
-            return *this;
-        }
-        Values& operator+=(difference_type n) {
-            at += n * static_cast<difference_type>(sizeof(T));
-            return *this;
-        }
-        friend Values operator+(Values v, difference_type n) { return v += n; }
-        friend difference_type operator-(Values a, Values b) {
-            return (a.at - b.at) / static_cast<difference_type>(sizeof(T));
-        }
-        friend bool operator==(Values a, Values b) { return a.at == b.at; }
-    };
 
     template <class T> void copy(T* out, std::size_t count) {
         static_assert(std::is_trivially_copyable_v<T>);

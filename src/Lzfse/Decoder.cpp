@@ -18,8 +18,6 @@ namespace lzfse {
 
 namespace {
 
-static_assert(decodeSlack >= outputSlack);
-
 /// An LZVN opcode of two bytes produces at most 271 bytes.
 constexpr std::uint64_t maxLzvnExpansion = 136;
 
@@ -116,28 +114,32 @@ private:
 /// Where a block lies in the input and in the output, as its header tells.
 struct PlannedBlock {
     std::uint32_t magic;
-    std::size_t input;  ///< offset of its magic
-    std::size_t output; ///< offset of its first output byte
+    std::uint32_t rawSize;
+    std::size_t input;    ///< offset of its magic
+    std::uint64_t output; ///< offset of its first output byte
 };
 
-/// The size of the block at the front of `rest` and of its output, from the fixed part of its
-/// header alone; no value when that part or the block's payload would lie outside `rest`.
-std::optional<std::pair<std::size_t, std::uint32_t>>
-blockExtent(std::uint32_t magic, std::span<const std::uint8_t> rest) {
+/// The size of the block at the front of `rest`; no value when its fixed header or its payload
+/// would lie outside `rest`, or when it claims more output than its kind can produce.
+std::optional<std::size_t> blockSize(std::uint32_t magic, std::span<const std::uint8_t> rest) {
     const std::uint8_t* p = rest.data();
     std::uint64_t size = 0;
+    std::uint64_t maxRawSize = 0;
     switch (magic) {
     case format::rawMagic:
         if (rest.size() < format::rawHeaderSize) return std::nullopt;
         size = format::rawHeaderSize + std::uint64_t{load32(p + 4)};
+        maxRawSize = size;
         break;
     case format::lzvnMagic:
         if (rest.size() < format::lzvnHeaderSize) return std::nullopt;
         size = format::lzvnHeaderSize + std::uint64_t{load32(p + 8)};
+        maxRawSize = load32(p + 8) * maxLzvnExpansion;
         break;
     case format::v1Magic:
         if (rest.size() < format::v1HeaderSize) return std::nullopt;
         size = format::v1HeaderSize + std::uint64_t{load32(p + 20)} + load32(p + 24);
+        maxRawSize = format::maxLiteralCount + std::uint64_t{format::maxMatchCount} * format::maxM;
         break;
     case format::v2Magic: {
         if (rest.size() < format::v2FixedHeaderSize) return std::nullopt;
@@ -146,43 +148,56 @@ blockExtent(std::uint32_t magic, std::span<const std::uint8_t> rest) {
         const std::uint64_t p0 = load64(p + 8);
         const std::uint64_t p1 = load64(p + 16);
         size = headerSize + ((p0 >> 20) & 0xFFFFF) + ((p1 >> 40) & 0xFFFFF);
+        maxRawSize = format::maxLiteralCount + std::uint64_t{format::maxMatchCount} * format::maxM;
         break;
     }
     default:
         return std::nullopt;
     }
-    if (size > rest.size()) return std::nullopt;
-    return std::pair{static_cast<std::size_t>(size), load32(p + 4)};
+    if (size > rest.size() || load32(p + 4) > maxRawSize) return std::nullopt;
+    return static_cast<std::size_t>(size);
 }
 
 /// Every block's place, up to the end-of-stream block; no value when the headers do not
 /// chain up to one.
-std::optional<std::vector<PlannedBlock>> plan(std::span<const std::uint8_t> input,
-                                              std::uint64_t& decodedSize) {
+std::optional<std::vector<PlannedBlock>> plan(std::span<const std::uint8_t> input) {
     std::vector<PlannedBlock> blocks;
     std::size_t at = 0;
-    decodedSize = 0;
+    std::uint64_t output = 0;
     for (;;) {
         if (input.size() - at < 4) return std::nullopt;
         const std::uint32_t magic = load32(input.data() + at);
         if (magic == format::endOfStreamMagic) return blocks;
-        const auto extent = blockExtent(magic, input.subspan(at));
-        if (!extent) return std::nullopt;
-        blocks.push_back({magic, at, static_cast<std::size_t>(decodedSize)});
-        at += extent->first;
-        decodedSize += extent->second;
+        const auto size = blockSize(magic, input.subspan(at));
+        if (!size) return std::nullopt;
+        const std::uint32_t rawSize = load32(input.data() + at + 4);
+        blocks.push_back({magic, rawSize, at, output});
+        at += *size;
+        output += rawSize;
     }
 }
 
-/// Decodes planned blocks into an output of the planned size on one or two threads. Each
-/// thread takes every other block: it unpacks its block while the other thread writes the
-/// one before, then waits for its turn to write. Blocks are written, and their faults
+std::uint64_t totalSize(const std::vector<PlannedBlock>& blocks) {
+    return blocks.empty() ? 0 : blocks.back().output + blocks.back().rawSize;
+}
+
+/// Decodes planned blocks on one or two threads into a window that keeps the history matches
+/// may reach and hands older bytes to the sink, so the output never lives in memory whole.
+/// Each thread takes every other block: it unpacks its block while the other thread writes
+/// the one before, then waits for its turn to write. Blocks are written, and their faults
 /// reported, strictly in stream order, as the serial decoder does.
 class PlannedDecoder {
 public:
-    PlannedDecoder(std::span<const std::uint8_t> input, std::span<std::uint8_t> output,
-                   std::vector<PlannedBlock> blocks)
-        : input_(input), output_(output), blocks_(std::move(blocks)) {}
+    PlannedDecoder(std::span<const std::uint8_t> input, std::vector<PlannedBlock> blocks,
+                   const Sink& sink)
+        : input_(input), blocks_(std::move(blocks)), sink_(sink) {
+        std::uint64_t largest = 0;
+        for (const PlannedBlock& block : blocks_)
+            largest = std::max<std::uint64_t>(largest, block.rawSize);
+        const std::uint64_t wanted = std::max(preferredWindow, format::maxD + largest);
+        windowSize_ = static_cast<std::size_t>(std::min(wanted, totalSize(blocks_))) + outputSlack;
+        window_ = std::make_unique_for_overwrite<std::uint8_t[]>(windowSize_);
+    }
 
     std::expected<void, Error> run(unsigned threads) {
         if (threads < 2) {
@@ -192,11 +207,14 @@ public:
             work(0, 2);
         }
         if (written_.load() == stopped) return std::unexpected(error_);
+        if (cursor_ > 0) sink_({window_.get(), cursor_});
         return {};
     }
 
 private:
     static constexpr std::size_t stopped = std::numeric_limits<std::size_t>::max();
+    /// Large enough that sliding the history down is rare, small enough to stay in cache.
+    static constexpr std::uint64_t preferredWindow = std::uint64_t{4} << 20;
 
     void work(std::size_t first, std::size_t step) {
         const auto decoder = std::make_unique<BlockDecoder>();
@@ -239,32 +257,48 @@ private:
         }
     }
 
-    /// Writes block `block`'s bytes; every block before it is written already.
+    /// Writes the block's bytes after every block before it.
     std::expected<void, Error> write(const PlannedBlock& block, const BlockDecoder& decoder) {
-        std::uint8_t* const begin = output_.data();
-        std::uint8_t* const cursor = begin + block.output;
+        makeRoom(block.rawSize);
+        std::uint8_t* const begin = window_.get();
+        std::uint8_t* const cursor = begin + cursor_;
         const std::uint8_t* header = input_.data() + block.input;
-        const std::uint32_t rawSize = load32(header + 4);
         switch (block.magic) {
         case format::rawMagic:
-            std::memcpy(cursor, header + format::rawHeaderSize, rawSize);
-            return {};
+            std::memcpy(cursor, header + format::rawHeaderSize, block.rawSize);
+            break;
         case format::lzvnMagic: {
+            // The window holds all the output or more history than an LZVN distance reaches,
+            // so checking distances against its start is checking them against the output's.
             const std::uint32_t payloadSize = load32(header + 8);
-            if (rawSize > std::uint64_t{payloadSize} * maxLzvnExpansion)
-                return std::unexpected(Error::badHeader);
-            return decodeLzvn({header + format::lzvnHeaderSize, payloadSize},
-                              {begin, cursor, cursor + rawSize});
+            const auto decoded = decodeLzvn({header + format::lzvnHeaderSize, payloadSize},
+                                            {begin, cursor, cursor + block.rawSize});
+            if (!decoded) return decoded;
+            break;
         }
         default:
             decoder.apply(cursor);
-            return {};
         }
+        cursor_ += block.rawSize;
+        return {};
+    }
+
+    /// Hands bytes beyond the history to the sink and slides the rest down when the window
+    /// cannot take `size` more bytes and their slack.
+    void makeRoom(std::size_t size) {
+        if (cursor_ + size + outputSlack <= windowSize_) return;
+        const std::size_t keep = std::min<std::size_t>(cursor_, format::maxD);
+        sink_({window_.get(), cursor_ - keep});
+        std::memmove(window_.get(), window_.get() + cursor_ - keep, keep);
+        cursor_ = keep;
     }
 
     std::span<const std::uint8_t> input_;
-    std::span<std::uint8_t> output_;
     std::vector<PlannedBlock> blocks_;
+    const Sink& sink_;
+    std::size_t windowSize_ = 0;
+    std::unique_ptr<std::uint8_t[]> window_;
+    std::size_t cursor_ = 0; ///< bytes in the window
     /// Blocks written so far, or `stopped` after the first fault.
     std::atomic<std::size_t> written_{0};
     Error error_ = Error::truncated; ///< the first fault, once `written_` is `stopped`
@@ -272,28 +306,25 @@ private:
 
 } // namespace
 
-std::expected<std::size_t, Error> decodedSize(std::span<const std::uint8_t> input) {
-    std::uint64_t size = 0;
-    if (!plan(input, size)) return std::unexpected(Error::truncated);
-    if (size > std::numeric_limits<std::size_t>::max() - decodeSlack)
-        return std::unexpected(Error::badHeader);
-    return static_cast<std::size_t>(size);
+std::expected<std::uint64_t, Error> decodedSize(std::span<const std::uint8_t> input) {
+    const auto blocks = plan(input);
+    if (!blocks) return std::unexpected(Error::truncated);
+    return totalSize(*blocks);
 }
 
-std::expected<void, Error> decodeInto(std::span<const std::uint8_t> input,
-                                      std::span<std::uint8_t> output, unsigned threads) {
-    std::uint64_t size = 0;
-    auto blocks = plan(input, size);
-    if (!blocks || output.size() < size + decodeSlack) {
+std::expected<void, Error> decodeTo(std::span<const std::uint8_t> input, const Sink& sink,
+                                    unsigned threads) {
+    auto blocks = plan(input);
+    if (!blocks) {
         // The serial decoder names the first fault exactly.
         std::vector<std::uint8_t> scratch;
         const auto decoded = decode(input, scratch);
-        return std::unexpected(decoded ? Error::outputOverflow : decoded.error());
+        return std::unexpected(decoded ? Error::truncated : decoded.error());
     }
     // A thread pays off only over blocks enough to keep both busy.
     constexpr std::size_t blocksPerThread = 4;
     if (blocks->size() < 2 * blocksPerThread) threads = 1;
-    return PlannedDecoder(input, output, std::move(*blocks)).run(threads);
+    return PlannedDecoder(input, std::move(*blocks), sink).run(threads);
 }
 
 std::expected<void, Error> decode(std::span<const std::uint8_t> input,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <expected>
+#include <functional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -22,20 +23,21 @@ enum class Error {
     outputUnderflow,    ///< a block produces fewer bytes than its header declares
 };
 
-/// Writable bytes decodeInto() needs after the decoded ones, where its copies run over.
-inline constexpr std::size_t decodeSlack = 32;
-
 /// The number of bytes a stream decodes to, read from its block headers alone (their
 /// payloads are not checked); an error when the blocks do not chain up to an end-of-stream
 /// block inside the input.
-std::expected<std::size_t, Error> decodedSize(std::span<const std::uint8_t> input);
+std::expected<std::uint64_t, Error> decodedSize(std::span<const std::uint8_t> input);
 
-/// Decompresses a whole stream into `output`, which holds decodedSize(input) + decodeSlack
-/// bytes (the slack's contents are left undefined). With `threads` 2, one thread entropy-decodes
-/// a block while the other copies the previous block's matches; the result, and the fault
-/// reported for a bad stream, are the same as decode()'s.
-std::expected<void, Error> decodeInto(std::span<const std::uint8_t> input,
-                                      std::span<std::uint8_t> output, unsigned threads = 1);
+/// Takes a stream's output in order, a piece at a time; a piece is valid during the call only.
+using Sink = std::function<void(std::span<const std::uint8_t>)>;
+
+/// Decompresses a whole stream and hands its bytes to `sink` in pieces, keeping only a few
+/// megabytes of it in memory. With `threads` 2, one thread entropy-decodes a block while the
+/// other writes the block before (the sink is then called from either thread, one call at a
+/// time). The bytes, and the fault reported for a bad stream, are the same as decode()'s; on a
+/// fault the sink may have had part of the output.
+std::expected<void, Error> decodeTo(std::span<const std::uint8_t> input, const Sink& sink,
+                                    unsigned threads = 1);
 
 /// One short English line describing the error.
 std::string_view describe(Error error);
