@@ -17,10 +17,12 @@ namespace columnMemory {
 inline constexpr std::size_t mappedThreshold = std::size_t{256} << 10;
 void* allocate(std::size_t bytes);
 void deallocate(void* block, std::size_t bytes) noexcept;
-/// For a block from allocate() about to be written in full: huge pages in its whole 2 MiB
-/// stretches, and every page of a mapped block backed at once, in one call instead of one
-/// fault per page.
-void prepareForFill(void* block, std::size_t bytes) noexcept;
+/// Asks for huge pages in the whole 2 MiB stretches of [block, block + bytes), for memory
+/// about to be written in full: one fault then backs 2 MiB instead of 4 KiB.
+void preferHugePages(void* block, std::size_t bytes) noexcept;
+/// Backs the pages of a part of a block of mappedThreshold bytes or more at once, in one call
+/// instead of one fault per page, just before that part is written.
+void backNow(void* part, std::size_t bytes) noexcept;
 } // namespace columnMemory
 
 template <class T> struct ColumnAllocator {

@@ -79,7 +79,7 @@ bool isWellFormed(const FileTree::Columns& c) {
     const bool cleanPool = !holdsSeparatorOrNul({c.names.data(), c.names.size()});
     FileTree::Column<std::uint64_t> contents;
     contents.reserve(n);
-    columnMemory::prepareForFill(contents.data(), n * sizeof(std::uint64_t));
+    columnMemory::preferHugePages(contents.data(), n * sizeof(std::uint64_t));
     contents.resize(n, 0);
     for (std::size_t i = 0; i < n; ++i) {
         const NodeId parent = c.parents[i];
@@ -157,6 +157,7 @@ public:
             }
             std::span<std::uint8_t>& target = targets_[column_];
             const std::size_t part = std::min(piece.size(), target.size());
+            if (mapped_[column_]) columnMemory::backNow(target.data(), part);
             std::memcpy(target.data(), piece.data(), part);
             target = target.subspan(part);
             piece = piece.subspan(part);
@@ -228,14 +229,17 @@ private:
             return;
         }
         targets_ = columnBytes(columns_);
+        for (std::size_t i = 0; i < targets_.size(); ++i)
+            mapped_[i] = targets_[i].size() >= columnMemory::mappedThreshold;
         state_ = State::columns;
     }
 
     /// Room for exactly the stored values, taken without zeroing; huge pages where they fit.
+    /// Pages are backed as the values arrive, so a damaged count costs address space only.
     void allocate(std::size_t n, std::size_t nameBytes) {
         const auto size = [](auto& column, std::size_t count) {
             column.reserve(count);
-            columnMemory::prepareForFill(column.data(), count * sizeof column[0]);
+            columnMemory::preferHugePages(column.data(), count * sizeof column[0]);
             column.resize(count);
         };
         FileTree::Columns& c = columns_;
@@ -260,6 +264,7 @@ private:
     std::uint64_t eventID_ = 0;
     FileTree::Columns columns_;
     std::array<std::span<std::uint8_t>, 10> targets_;
+    std::array<bool, 10> mapped_{}; ///< whether a column's room is a mapping of its own
     std::size_t column_ = 0;
 };
 
