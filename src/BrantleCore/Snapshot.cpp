@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <limits>
@@ -21,8 +22,15 @@ namespace {
 
 using Kind = SnapshotError::Kind;
 
-/// One thread unpacks a block of the body while the other writes the one before.
-constexpr unsigned decodeThreads = 2;
+/// A helper thread unpacks blocks of the body ahead of the one writing them, but only when a
+/// core looks idle: on a busy system the helper is set aside for whole time slices, and the
+/// writer then waits for the block it holds.
+unsigned decodeThreads() {
+    const long cores = sysconf(_SC_NPROCESSORS_ONLN);
+    double load = 0;
+    if (cores < 2 || getloadavg(&load, 1) != 1) return 1;
+    return load + 1 <= static_cast<double>(cores) ? 2 : 1;
+}
 
 std::unexpected<SnapshotError> failure(Kind kind, std::uint16_t version = 0) {
     return std::unexpected(SnapshotError{kind, version});
@@ -424,7 +432,7 @@ Snapshot::decode(std::span<const std::uint8_t> data) {
     if (!bodySize) return failure(Kind::decompressionFailed);
     BodyParser body(*bodySize);
     const auto take = [&body](std::span<const std::uint8_t> piece) { body.take(piece); };
-    if (!lzfse::decodeTo(stream, take, decodeThreads)) return failure(Kind::decompressionFailed);
+    if (!lzfse::decodeTo(stream, take, decodeThreads())) return failure(Kind::decompressionFailed);
     return body.finish();
 }
 

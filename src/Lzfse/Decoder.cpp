@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -181,11 +182,14 @@ std::uint64_t totalSize(const std::vector<PlannedBlock>& blocks) {
     return blocks.empty() ? 0 : blocks.back().output + blocks.back().rawSize;
 }
 
-/// Decodes planned blocks on one or two threads into a window that keeps the history matches
-/// may reach and hands older bytes to the sink, so the output never lives in memory whole.
-/// Each thread takes every other block: it unpacks its block while the other thread writes
-/// the one before, then waits for its turn to write. Blocks are written, and their faults
-/// reported, strictly in stream order, as the serial decoder does.
+/// Decodes planned blocks into a window that keeps the history matches may reach and hands
+/// older bytes to the sink, so the output never lives in memory whole.
+///
+/// The calling thread writes the blocks in stream order and reports the first fault, as the
+/// serial decoder does. Unpacking a block needs no earlier output, so a helper thread unpacks
+/// blocks ahead into a few slots. The writer never waits for a helper that the system has set
+/// aside: when its next block is not ready it unpacks the next unclaimed one itself, and it
+/// waits only when every slot ahead is taken.
 class PlannedDecoder {
 public:
     PlannedDecoder(std::span<const std::uint8_t> input, std::vector<PlannedBlock> blocks,
@@ -197,64 +201,94 @@ public:
         const std::uint64_t wanted = std::max(preferredWindow, format::maxD + largest);
         windowSize_ = static_cast<std::size_t>(std::min(wanted, totalSize(blocks_))) + outputSlack;
         window_ = std::make_unique_for_overwrite<std::uint8_t[]>(windowSize_);
+        slots_ = std::make_unique_for_overwrite<Slot[]>(slotCount);
     }
 
     std::expected<void, Error> run(unsigned threads) {
-        if (threads < 2) {
-            work(0, 1);
-        } else {
-            std::jthread helper([this] { work(1, 2); });
-            work(0, 2);
+        std::expected<void, Error> result;
+        {
+            std::jthread helper;
+            try {
+                if (threads >= 2) helper = std::jthread([this] { unpackAhead(); });
+            } catch (const std::system_error&) { // no thread to be had: the writer does it all
+            }
+            // Destroyed before the helper is joined, even when the sink throws.
+            const struct Release {
+                std::atomic<std::size_t>& written;
+                ~Release() {
+                    written.store(stopped);
+                    written.notify_all();
+                }
+            } release{written_};
+            result = writeAll();
         }
-        if (written_.load() == stopped) return std::unexpected(error_);
-        if (cursor_ > 0) sink_({window_.get(), cursor_});
-        return {};
+        if (result && cursor_ > 0) sink_({window_.get(), cursor_});
+        return result;
     }
 
 private:
     static constexpr std::size_t stopped = std::numeric_limits<std::size_t>::max();
+    static constexpr std::size_t slotCount = 4;
     /// Large enough that sliding the history down is rare, small enough to stay in cache.
     static constexpr std::uint64_t preferredWindow = std::uint64_t{4} << 20;
 
-    void work(std::size_t first, std::size_t step) {
-        const auto decoder = std::make_unique<BlockDecoder>();
-        for (std::size_t k = first; k < blocks_.size(); k += step) {
-            const PlannedBlock& block = blocks_[k];
-            const std::span<const std::uint8_t> rest = input_.subspan(block.input);
-            std::expected<std::size_t, Error> unpacked = 0;
-            if (block.magic == format::v2Magic || block.magic == format::v1Magic) {
-                const auto header =
-                    block.magic == format::v2Magic ? readV2Header(rest) : readV1Header(rest);
-                if (header)
-                    unpacked = decoder->unpack(*header, rest, block.output);
-                else
-                    unpacked = std::unexpected(header.error());
+    struct Slot {
+        BlockDecoder decoder;
+        std::expected<std::size_t, Error> unpacked = 0;
+        std::atomic<std::size_t> ready{stopped}; ///< the block whose unpacking the slot holds
+    };
+
+    /// The helper: claims blocks in order and unpacks each once its slot is free.
+    void unpackAhead() {
+        for (;;) {
+            const std::size_t k = claimed_.fetch_add(1);
+            if (k >= blocks_.size()) return;
+            for (std::size_t written = written_.load(); k >= written + slotCount;
+                 written = written_.load()) {
+                if (written == stopped) return;
+                written_.wait(written);
             }
-            if (!waitForTurn(k)) return;
-            std::expected<void, Error> done = std::unexpected(Error::truncated);
-            if (unpacked)
-                done = write(block, *decoder);
-            else
-                done = std::unexpected(unpacked.error());
-            if (!done) {
-                error_ = done.error();
-                written_.store(stopped);
-                written_.notify_all();
-                return;
-            }
-            written_.store(k + 1);
-            written_.notify_all();
+            if (written_.load() == stopped) return;
+            unpack(k);
         }
     }
 
-    /// Waits until every block before block k is written; false once decoding has stopped.
-    bool waitForTurn(std::size_t k) {
-        for (;;) {
-            const std::size_t written = written_.load();
-            if (written == k) return true;
-            if (written == stopped) return false;
-            written_.wait(written);
+    /// The writer: each block in order, unpacking unclaimed blocks itself while it would wait.
+    std::expected<void, Error> writeAll() {
+        for (std::size_t k = 0; k < blocks_.size(); ++k) {
+            Slot& slot = slots_[k % slotCount];
+            for (std::size_t held = slot.ready.load(); held != k; held = slot.ready.load()) {
+                std::size_t next = claimed_.load();
+                // Slots of blocks up to k + slotCount - 1 are free: blocks before k are written.
+                if (next < blocks_.size() && next < k + slotCount &&
+                    claimed_.compare_exchange_strong(next, next + 1))
+                    unpack(next);
+                else if (next > k)
+                    slot.ready.wait(held); // the helper is unpacking block k
+            }
+            if (!slot.unpacked) return std::unexpected(slot.unpacked.error());
+            if (const auto done = write(blocks_[k], slot.decoder); !done) return done;
+            written_.store(k + 1);
+            written_.notify_all();
         }
+        return {};
+    }
+
+    void unpack(std::size_t k) {
+        Slot& slot = slots_[k % slotCount];
+        const PlannedBlock& block = blocks_[k];
+        slot.unpacked = 0;
+        if (block.magic == format::v2Magic || block.magic == format::v1Magic) {
+            const std::span<const std::uint8_t> rest = input_.subspan(block.input);
+            const auto header =
+                block.magic == format::v2Magic ? readV2Header(rest) : readV1Header(rest);
+            if (header)
+                slot.unpacked = slot.decoder.unpack(*header, rest, block.output);
+            else
+                slot.unpacked = std::unexpected(header.error());
+        }
+        slot.ready.store(k);
+        slot.ready.notify_all();
     }
 
     /// Writes the block's bytes after every block before it.
@@ -299,9 +333,10 @@ private:
     std::size_t windowSize_ = 0;
     std::unique_ptr<std::uint8_t[]> window_;
     std::size_t cursor_ = 0; ///< bytes in the window
-    /// Blocks written so far, or `stopped` after the first fault.
+    std::unique_ptr<Slot[]> slots_;
+    std::atomic<std::size_t> claimed_{0}; ///< blocks handed out for unpacking
+    /// Blocks written so far, or `stopped` once the writer is done.
     std::atomic<std::size_t> written_{0};
-    Error error_ = Error::truncated; ///< the first fault, once `written_` is `stopped`
 };
 
 } // namespace
