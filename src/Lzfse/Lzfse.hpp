@@ -32,10 +32,10 @@ std::expected<std::uint64_t, Error> decodedSize(std::span<const std::uint8_t> in
 using Sink = std::function<void(std::span<const std::uint8_t>)>;
 
 /// Decompresses a whole stream and hands its bytes to `sink` in pieces, keeping only a few
-/// megabytes of it in memory. With `threads` 2, one thread entropy-decodes a block while the
-/// other writes the block before (the sink is then called from either thread, one call at a
-/// time). The bytes, and the fault reported for a bad stream, are the same as decode()'s; on a
-/// fault the sink may have had part of the output.
+/// megabytes of it in memory. With `threads` 2, a helper thread entropy-decodes blocks ahead
+/// while the calling thread writes them in order (the sink is called on the calling thread
+/// only). The bytes, and the fault reported for a bad stream, are the same as decode()'s; on
+/// a fault the sink may have had part of the output.
 std::expected<void, Error> decodeTo(std::span<const std::uint8_t> input, const Sink& sink,
                                     unsigned threads = 1);
 
