@@ -165,6 +165,7 @@ public:
             }
             std::span<std::uint8_t>& target = targets_[column_];
             const std::size_t part = std::min(piece.size(), target.size());
+            if (part == 0) continue; // an empty column (no data to copy into)
             if (mapped_[column_]) columnMemory::backNow(target.data(), part);
             std::memcpy(target.data(), piece.data(), part);
             target = target.subspan(part);
