@@ -1,5 +1,6 @@
 #include "BrantleCore/ColumnAllocator.hpp"
 
+#include <cstdint>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -31,6 +32,26 @@ void deallocate(void* block, std::size_t bytes) noexcept {
         return;
     }
     munmap(block, roundedUp(bytes));
+}
+
+void preferHugePages(void* block, std::size_t bytes) noexcept {
+    constexpr std::uintptr_t hugePage = std::uintptr_t{2} << 20;
+    const auto start = reinterpret_cast<std::uintptr_t>(block);
+    const std::uintptr_t first = (start + hugePage - 1) & ~(hugePage - 1);
+    const std::uintptr_t end = (start + bytes) & ~(hugePage - 1);
+    if (end > first) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+}
+
+void backNow(void* part, std::size_t bytes) noexcept {
+#ifdef MADV_POPULATE_WRITE
+    static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto start = reinterpret_cast<std::uintptr_t>(part) & ~(page - 1);
+    const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(part) + bytes;
+    madvise(reinterpret_cast<void*>(start), end - start, MADV_POPULATE_WRITE);
+#else
+    (void)part;
+    (void)bytes;
+#endif
 }
 
 } // namespace brantle::columnMemory

@@ -124,7 +124,7 @@ private:
     std::vector<std::uint8_t> bytes_;
 };
 
-/// Takes little-endian scalars, strings and arrays from the front of a byte span; fails with
+/// Takes little-endian scalars and strings from the front of a byte span; fails with
 /// `truncated` when fewer bytes remain than asked for.
 class Snapshot::Reader {
 public:
@@ -145,15 +145,6 @@ public:
         std::string text(reinterpret_cast<const char*>(bytes_.data()), *length);
         bytes_ = bytes_.subspan(*length);
         return text;
-    }
-
-    /// Replaces `into` with `count` values, copied as one block.
-    template <class T, class Allocator>
-    std::expected<void, SnapshotError> array(std::vector<T, Allocator>& into, std::uint64_t count) {
-        if (count > bytes_.size() / sizeof(T)) return std::unexpected(truncated());
-        into.resize(static_cast<std::size_t>(count));
-        copy(into.data(), into.size());
-        return {};
     }
 
     std::size_t remaining() const { return bytes_.size(); }

@@ -25,9 +25,9 @@ inline std::uint8_t decodeLiteral(const fse::LiteralEntry* table, std::uint32_t&
 
 } // namespace
 
-std::expected<std::size_t, Error> BlockDecoder::decode(const BlockHeader& header,
+std::expected<std::size_t, Error> BlockDecoder::unpack(const BlockHeader& header,
                                                        std::span<const std::uint8_t> block,
-                                                       BlockOutput out) {
+                                                       std::uint64_t written) {
     const std::size_t size =
         header.size + std::size_t{header.literalPayloadSize} + std::size_t{header.lmdPayloadSize};
     if (size > block.size()) return std::unexpected(Error::truncated);
@@ -41,7 +41,7 @@ std::expected<std::size_t, Error> BlockDecoder::decode(const BlockHeader& header
     // the block.
     const std::uint8_t* literalPayload = block.data() + header.size;
     if (!decodeLiterals(header, literalPayload)) return std::unexpected(Error::badBitStream);
-    const auto triples = decodeTriples(header, literalPayload + header.literalPayloadSize, out);
+    const auto triples = decodeTriples(header, literalPayload + header.literalPayloadSize, written);
     if (!triples) return std::unexpected(triples.error());
     return size;
 }
@@ -67,7 +67,7 @@ bool BlockDecoder::decodeLiterals(const BlockHeader& header, const std::uint8_t*
 
 std::expected<void, Error> BlockDecoder::decodeTriples(const BlockHeader& header,
                                                        const std::uint8_t* payload,
-                                                       BlockOutput out) {
+                                                       std::uint64_t written) {
     BitReader reader;
     if (!reader.start(payload, header.lmdPayloadSize, header.lmdBits))
         return std::unexpected(Error::badBitStream);
@@ -75,10 +75,11 @@ std::expected<void, Error> BlockDecoder::decodeTriples(const BlockHeader& header
     std::uint32_t mState = header.mState;
     std::uint32_t dState = header.dState;
     std::uint32_t previousD = 0; // none yet in this block
-    const std::uint8_t* literal = literals_.data();
-    const std::uint8_t* const literalEnd = literal + header.literalCount;
-    std::uint8_t* dst = out.cursor;
+    std::uint32_t literalsLeft = header.literalCount;
+    std::uint32_t room = header.rawSize; // bytes the block has still to produce
+    Triple* triple = triples_.data();
 
+    // Every check apply() would need is made here, so that it can copy without any.
     for (std::uint32_t n = 0; n < header.matchCount; ++n) {
         if (!reader.refill()) return std::unexpected(Error::badBitStream);
         const std::uint32_t l = decodeValue(lTable_.data(), lState, reader);
@@ -89,21 +90,30 @@ std::expected<void, Error> BlockDecoder::decodeTriples(const BlockHeader& header
             d = previousD;
         }
         previousD = d;
-        if (l > static_cast<std::size_t>(literalEnd - literal))
-            return std::unexpected(Error::badBitStream);
-        if (std::size_t{l} + m > static_cast<std::size_t>(out.end - dst))
-            return std::unexpected(Error::outputOverflow);
-        copyLiterals(dst, literal, l);
-        dst += l;
-        literal += l;
-        if (d > static_cast<std::size_t>(dst - out.begin))
-            return std::unexpected(Error::badDistance);
-        copyMatch(dst, d, m);
-        dst += m;
+        if (l > literalsLeft) return std::unexpected(Error::badBitStream);
+        if (l + m > room) return std::unexpected(Error::outputOverflow);
+        literalsLeft -= l;
+        room -= l + m;
+        written += l;
+        if (d > written) return std::unexpected(Error::badDistance);
+        written += m;
+        *triple++ = {l, m, d};
     }
     if (reader.position() < 0) return std::unexpected(Error::badBitStream);
-    if (dst != out.end) return std::unexpected(Error::outputUnderflow);
+    if (room != 0) return std::unexpected(Error::outputUnderflow);
+    tripleCount_ = header.matchCount;
     return {};
+}
+
+void BlockDecoder::apply(std::uint8_t* dst) const {
+    const std::uint8_t* literal = literals_.data();
+    for (const Triple& triple : std::span(triples_.data(), tripleCount_)) {
+        copyLiterals(dst, literal, triple.literals);
+        dst += triple.literals;
+        literal += triple.literals;
+        copyMatch(dst, triple.distance, triple.match);
+        dst += triple.match;
+    }
 }
 
 } // namespace lzfse

@@ -24,14 +24,20 @@ inline void copyMatch(std::uint8_t* dst, std::size_t distance, std::size_t count
     if (distance >= 16) {
         for (std::size_t i = 0; i < count; i += 16)
             std::memcpy(dst + i, src + i, 16);
-    } else if (distance >= 8) {
-        for (std::size_t i = 0; i < count; i += 8)
-            std::memcpy(dst + i, src + i, 8);
     } else if (distance == 1) {
         std::memset(dst, *src, count);
     } else {
-        for (std::size_t i = 0; i < count; ++i)
+        // The bytes repeat with a period of the largest multiple of the distance up to 16:
+        // the first period is made byte by byte, then stamped as a whole, without reading
+        // back what the previous stamp has just written.
+        const std::size_t period = 16 / distance * distance;
+        for (std::size_t i = 0; i < count && i < period; ++i)
             dst[i] = src[i];
+        if (count <= period) return;
+        std::uint8_t pattern[16];
+        std::memcpy(pattern, dst, 16);
+        for (std::size_t i = period; i < count; i += period)
+            std::memcpy(dst + i, pattern, 16);
     }
 }
 

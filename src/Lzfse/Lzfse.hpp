@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <expected>
+#include <functional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,22 @@ enum class Error {
     outputOverflow,     ///< a block produces more bytes than its header declares
     outputUnderflow,    ///< a block produces fewer bytes than its header declares
 };
+
+/// The number of bytes a stream decodes to, read from its block headers alone (their
+/// payloads are not checked); an error when the blocks do not chain up to an end-of-stream
+/// block inside the input.
+std::expected<std::uint64_t, Error> decodedSize(std::span<const std::uint8_t> input);
+
+/// Takes a stream's output in order, a piece at a time; a piece is valid during the call only.
+using Sink = std::function<void(std::span<const std::uint8_t>)>;
+
+/// Decompresses a whole stream and hands its bytes to `sink` in pieces, keeping only a few
+/// megabytes of it in memory. With `threads` 2, a helper thread entropy-decodes blocks ahead
+/// while the calling thread writes them in order (the sink is called on the calling thread
+/// only). The bytes, and the fault reported for a bad stream, are the same as decode()'s; on
+/// a fault the sink may have had part of the output.
+std::expected<void, Error> decodeTo(std::span<const std::uint8_t> input, const Sink& sink,
+                                    unsigned threads = 1);
 
 /// One short English line describing the error.
 std::string_view describe(Error error);

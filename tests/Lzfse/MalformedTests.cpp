@@ -87,6 +87,35 @@ TEST(LzfseMalformed, BitFlipsNeverCrash) {
     }
 }
 
+TEST(LzfseMalformed, TheWindowDecoderNamesTheSameFaultOnTwoThreads) {
+    // Short runs of a few values: enough triples for nine blocks, with matches across their
+    // boundaries. Every flip lands in a different place.
+    Bytes input;
+    for (std::uint32_t x = 1; input.size() < 1'000'000;) {
+        x = x * 1664525u + 1013904223u;
+        input.insert(input.end(), 3 + (x >> 28) % 13, static_cast<std::uint8_t>(x >> 20 & 7));
+    }
+    const Bytes stream = lzfse::encode(input);
+    for (std::size_t at = 0; at < stream.size(); at += stream.size() / 300 + 1) {
+        SCOPED_TRACE(at);
+        Bytes flipped = stream;
+        flipped[at] ^= 0x10;
+        const auto serial = lzfse::decode(flipped);
+        Bytes output;
+        const auto streamed = lzfse::decodeTo(
+            flipped,
+            [&](std::span<const std::uint8_t> piece) {
+                output.insert(output.end(), piece.begin(), piece.end());
+            },
+            2);
+        ASSERT_EQ(streamed.has_value(), serial.has_value());
+        if (serial)
+            EXPECT_TRUE(output == *serial);
+        else
+            EXPECT_EQ(streamed.error(), serial.error());
+    }
+}
+
 TEST(LzfseMalformed, LyingSizeFieldsAreRejected) {
     const Bytes v2 = readFile(vectorPath("mixed_4096.lzfse"));
     const std::uint32_t rawSize = get32(v2, 4);

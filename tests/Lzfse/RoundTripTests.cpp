@@ -60,11 +60,32 @@ std::uint32_t firstMagic(const Bytes& stream) {
     return magic;
 }
 
+/// The output of the window decoder on `threads` threads, collected.
+std::expected<Bytes, lzfse::Error> decodedTo(const Bytes& stream, unsigned threads) {
+    Bytes output;
+    const auto done = lzfse::decodeTo(
+        stream,
+        [&](std::span<const std::uint8_t> piece) {
+            output.insert(output.end(), piece.begin(), piece.end());
+        },
+        threads);
+    if (!done) return std::unexpected(done.error());
+    return output;
+}
+
+/// The input comes back from the growing decoder and from the window one on one and two
+/// threads, and the headers announce its size.
 void expectRoundTrip(const Bytes& input) {
     const Bytes stream = lzfse::encode(input);
     const auto decoded = lzfse::decode(stream);
     ASSERT_TRUE(decoded.has_value()) << lzfse::describe(decoded.error());
     EXPECT_TRUE(*decoded == input);
+    EXPECT_EQ(lzfse::decodedSize(stream), input.size());
+    for (const unsigned threads : {1u, 2u}) {
+        const auto streamed = decodedTo(stream, threads);
+        ASSERT_TRUE(streamed.has_value()) << threads;
+        EXPECT_TRUE(*streamed == input) << threads;
+    }
 }
 
 constexpr std::uint32_t rawMagic = 0x2D787662;
@@ -111,6 +132,8 @@ TEST(LzfseRoundTrip, ManyBlocks) {
         mixed.push_back(static_cast<std::uint8_t>(rng()));
     }
     expectRoundTrip(mixed);
+    // More than the window decoder keeps at once, so it hands out and slides its window.
+    expectRoundTrip(columns(400000));
 }
 
 TEST(LzfseRoundTrip, BufferOverloadsReuseTheCallersVector) {
