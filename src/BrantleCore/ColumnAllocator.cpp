@@ -39,15 +39,15 @@ void preferHugePages(void* block, std::size_t bytes) noexcept {
     const auto start = reinterpret_cast<std::uintptr_t>(block);
     const std::uintptr_t first = (start + hugePage - 1) & ~(hugePage - 1);
     const std::uintptr_t end = (start + bytes) & ~(hugePage - 1);
-    if (end > first) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+    if (end > first)
+        madvise(static_cast<char*>(block) + (first - start), end - first, MADV_HUGEPAGE);
 }
 
 void backNow(void* part, std::size_t bytes) noexcept {
 #ifdef MADV_POPULATE_WRITE
     static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto start = reinterpret_cast<std::uintptr_t>(part) & ~(page - 1);
-    const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(part) + bytes;
-    madvise(reinterpret_cast<void*>(start), end - start, MADV_POPULATE_WRITE);
+    const std::uintptr_t intoPage = reinterpret_cast<std::uintptr_t>(part) & (page - 1);
+    madvise(static_cast<char*>(part) - intoPage, intoPage + bytes, MADV_POPULATE_WRITE);
 #else
     (void)part;
     (void)bytes;

@@ -204,14 +204,20 @@ public:
         slots_ = std::make_unique_for_overwrite<Slot[]>(slotCount);
     }
 
+    /// The thread that unpacks ahead, or none when there is no thread to be had: the writer
+    /// then does it all.
+    std::jthread startHelper() {
+        try {
+            return std::jthread([this] { unpackAhead(); });
+        } catch (const std::system_error&) {
+            return {};
+        }
+    }
+
     std::expected<void, Error> run(unsigned threads) {
         std::expected<void, Error> result;
         {
-            std::jthread helper;
-            try {
-                if (threads >= 2) helper = std::jthread([this] { unpackAhead(); });
-            } catch (const std::system_error&) { // no thread to be had: the writer does it all
-            }
+            std::jthread helper = threads >= 2 ? startHelper() : std::jthread();
             // Destroyed before the helper is joined, even when the sink throws.
             const struct Release {
                 std::atomic<std::size_t>& written;

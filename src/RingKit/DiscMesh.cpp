@@ -31,6 +31,7 @@ void DiscMesh::build(double plainRadius, double edgeRadius, RingVertex colour,
     // The plain polygon zigzags across from corner 0, so its triangles are wide, not slivers
     // meeting at one point.
     std::vector<DiscVertex> inner;
+    inner.reserve(plainCorners);
     for (int k = 0; k < plainCorners; ++k)
         inner.push_back(corner(k, plainCorners, plainRadius));
     int low = 0;
